@@ -6,3 +6,6 @@
 #include <vxxml/Export.h>
 #include <vxxml/FormatString.h>
 #include <vxxml/InstanceMonitor.h>
+#include <vxxml/XmlAttribute.h>
+#include <vxxml/XmlDocument.h>
+#include <vxxml/XmlElement.h>

@@ -12,7 +12,8 @@ class CXmlDocument;
 class CXmlElement;
 namespace detail {
 struct XmlName;
-}
+class NodePool;
+} // namespace detail
 
 // One attribute of a CXmlElement, owned by that element. Namespace
 // declarations are not attributes of the tree: the reader records them in the
@@ -50,9 +51,9 @@ private:
     ~CXmlAttribute() override;
 
     // Allocates the attribute together with room for its UTF-8 value.
-    static CXmlAttribute* Create(CXmlElement* element, const detail::XmlName* name,
-                                 const char* value, size_t valueBytes);
-    static void Destroy(CXmlAttribute* attribute);
+    static CXmlAttribute* Create(detail::NodePool& pool, CXmlElement* element,
+                                 const detail::XmlName* name, const char* value, size_t valueBytes);
+    static void Destroy(detail::NodePool& pool, CXmlAttribute* attribute);
 
     const char* ValueBytes() const { return reinterpret_cast<const char*>(this + 1); }
 

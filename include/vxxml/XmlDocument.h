@@ -16,7 +16,7 @@ namespace VxXmlLib16 {
 class CSerializationContext;
 class CExpatReader;
 namespace detail {
-class XmlNameTable;
+struct DocumentStore;
 }
 
 // Owns a parsed document: the document element with its subtree and the
@@ -111,6 +111,8 @@ private:
     void DropClosedElement(CXmlElement* closed);
 
     const detail::XmlName* InternName(const wchar_t* namespaceUri, const wchar_t* localName);
+    detail::NodePool& Pool();
+    CXmlElement* NewElement(CXmlElement* parent);
 
     // Input bytes of the current parse; owned only when m_pOwnedInput is set.
     const unsigned char* m_pInput = nullptr;
@@ -128,7 +130,7 @@ private:
     ElementCallback m_pfnCallback = nullptr;
     int m_hFile = -1;
     std::wstring m_fileName;
-    std::unique_ptr<detail::XmlNameTable> m_pNames;
+    std::unique_ptr<detail::DocumentStore> m_pStore;
 };
 
 } // namespace VxXmlLib16

@@ -57,8 +57,10 @@ void CExpatReader::Parse(bool isFinal)
 void CExpatReader::Feed(const char* data, size_t length, bool isFinal)
 {
     assert(m_parser != nullptr && "Initialise first");
-    // XML_Parse takes an int length: larger inputs go in slices.
-    constexpr size_t kSlice = size_t{1} << 30;
+    // Expat copies what XML_Parse is given into a buffer of its own: a
+    // large input handed over whole would be held twice. Slices of 1 MiB
+    // keep that copy small (and the int length of XML_Parse in range).
+    constexpr size_t kSlice = size_t{1} << 20;
     do {
         const size_t n = length < kSlice ? length : kSlice;
         const bool last = isFinal && n == length;

@@ -35,13 +35,14 @@ CXmlAttribute::~CXmlAttribute()
     delete m_pWideValue;
 }
 
-CXmlAttribute* CXmlAttribute::Create(CXmlElement* element, const detail::XmlName* name,
-                                     const char* value, size_t valueBytes)
+CXmlAttribute* CXmlAttribute::Create(detail::NodePool& pool, CXmlElement* element,
+                                     const detail::XmlName* name, const char* value,
+                                     size_t valueBytes)
 {
     if (valueBytes > UINT32_MAX) {
         throw std::bad_alloc();
     }
-    void* block = ::operator new(sizeof(CXmlAttribute) + valueBytes);
+    void* block = pool.Allocate(sizeof(CXmlAttribute) + valueBytes);
     auto* attribute = new (block) CXmlAttribute(element, name, static_cast<uint32_t>(valueBytes));
     if (valueBytes != 0) {
         std::memcpy(static_cast<char*>(block) + sizeof(CXmlAttribute), value, valueBytes);
@@ -49,10 +50,11 @@ CXmlAttribute* CXmlAttribute::Create(CXmlElement* element, const detail::XmlName
     return attribute;
 }
 
-void CXmlAttribute::Destroy(CXmlAttribute* attribute)
+void CXmlAttribute::Destroy(detail::NodePool& pool, CXmlAttribute* attribute)
 {
+    const size_t bytes = sizeof(CXmlAttribute) + attribute->m_cbValue;
     attribute->~CXmlAttribute();
-    ::operator delete(static_cast<void*>(attribute));
+    pool.Free(attribute, bytes);
 }
 
 const std::wstring& CXmlAttribute::GetLocalName() const

@@ -40,14 +40,14 @@ CXmlDocument::CXmlDocument(ElementCallback callback)
 
 CXmlDocument::CXmlDocument(ElementCallback callback, const CSerializationContext& context)
     : CInstanceMonitor(L"CXmlDocument"), m_pContext(&context), m_pfnCallback(callback),
-      m_pNames(std::make_unique<detail::XmlNameTable>())
+      m_pStore(std::make_unique<detail::DocumentStore>())
 {
 }
 
 CXmlDocument::CXmlDocument(const CXmlDocument& other)
     : CInstanceMonitor(other), m_schemaType(other.m_schemaType), m_stripCDATA(other.m_stripCDATA),
       m_prefixMap(other.m_prefixMap), m_pContext(other.m_pContext),
-      m_pfnCallback(other.m_pfnCallback), m_pNames(std::make_unique<detail::XmlNameTable>())
+      m_pfnCallback(other.m_pfnCallback), m_pStore(std::make_unique<detail::DocumentStore>())
 {
     const CXmlElement* source = other.m_pDocElement;
     if (source == nullptr) {
@@ -63,7 +63,7 @@ CXmlDocument::CXmlDocument(const CXmlDocument& other)
         }
         to->AppendTextUtf8(from->m_pText, from->m_cbText);
     };
-    m_pDocElement = new CXmlElement(this, nullptr);
+    m_pDocElement = NewElement(nullptr);
     // Depth-first without recursion: pairs of (source, copy) still to fill.
     std::vector<std::pair<const CXmlElement*, CXmlElement*>> pending{{source, m_pDocElement}};
     while (!pending.empty()) {
@@ -86,7 +86,7 @@ void CXmlDocument::Cleanup()
 {
     ClearTree();
     m_prefixMap.clear();
-    m_pNames->Clear();
+    m_pStore->names.Clear();
     ReleaseInput();
     CloseFile();
 }
@@ -97,8 +97,11 @@ void CXmlDocument::ClearTree()
     m_previousLastChild.clear();
     CXmlElement* root = std::exchange(m_pDocElement, nullptr);
     if (root != nullptr) {
+        // Every small block goes back with its chunk: skip the free lists.
+        m_pStore->pool.SetDiscarding(true);
         CXmlElement::Destroy(root);
     }
+    m_pStore->pool.Release();
 }
 
 void CXmlDocument::Init()
@@ -271,16 +274,26 @@ void CXmlDocument::AsyncParse()
 // ---------------------------------------------------------------------------
 // Building
 
+detail::NodePool& CXmlDocument::Pool()
+{
+    return m_pStore->pool;
+}
+
+CXmlElement* CXmlDocument::NewElement(CXmlElement* parent)
+{
+    return new (m_pStore->pool.Allocate(sizeof(CXmlElement))) CXmlElement(this, parent);
+}
+
 const detail::XmlName* CXmlDocument::InternName(const wchar_t* namespaceUri,
                                                 const wchar_t* localName)
 {
-    return m_pNames->Intern(namespaceUri, localName);
+    return m_pStore->names.Intern(namespaceUri, localName);
 }
 
 CXmlElement* CXmlDocument::AddDocElement(const wchar_t* namespaceUri, const wchar_t* localName)
 {
     assert(m_pDocElement == nullptr && "one document element per document");
-    auto* root = new CXmlElement(this, nullptr);
+    CXmlElement* root = NewElement(nullptr);
     m_pDocElement = root;
     root->m_pName = InternName(namespaceUri, localName);
     m_pElementStack.push_back(root);
@@ -302,10 +315,10 @@ CXmlElement* CXmlDocument::AddChildElement(const wchar_t* namespaceUri, const wc
 
 CXmlElement* CXmlDocument::StartElementUtf8(const char* expandedName, const char** attributes)
 {
-    const detail::XmlName* name = m_pNames->Intern(expandedName);
+    const detail::XmlName* name = m_pStore->names.Intern(expandedName);
     CXmlElement* element;
     if (m_pDocElement == nullptr) {
-        element = new CXmlElement(this, nullptr);
+        element = NewElement(nullptr);
         m_pDocElement = element;
     } else {
         CXmlElement* parent = m_pElementStack.back();
@@ -324,7 +337,7 @@ CXmlElement* CXmlDocument::StartElementUtf8(const char* expandedName, const char
         element->m_attributes.reserve(count);
         for (size_t i = 0; i < count; ++i) {
             const char* value = attributes[2 * i + 1];
-            element->AddAttributeUtf8(m_pNames->Intern(attributes[2 * i]), value,
+            element->AddAttributeUtf8(m_pStore->names.Intern(attributes[2 * i]), value,
                                       std::strlen(value));
         }
     }

@@ -44,19 +44,22 @@ CXmlElement::~CXmlElement()
             break;
         }
         CXmlElement* parent = e->m_pParent;
-        delete e; // childless now: its destructor does not loop again
+        Destroy(e); // childless now: its destructor does not loop again
         e = parent;
     }
+    detail::NodePool& pool = m_pDocument->Pool();
     for (CXmlAttribute* attribute : m_attributes) {
-        CXmlAttribute::Destroy(attribute);
+        CXmlAttribute::Destroy(pool, attribute);
     }
-    std::free(m_pText);
+    pool.Free(m_pText, m_cbTextCapacity);
     delete m_pWideText;
 }
 
 void CXmlElement::Destroy(CXmlElement* element)
 {
-    delete element;
+    detail::NodePool& pool = element->m_pDocument->Pool();
+    element->~CXmlElement();
+    pool.Free(element, sizeof(CXmlElement));
 }
 
 const std::wstring& CXmlElement::GetLocalName() const
@@ -174,7 +177,7 @@ CXmlAttribute* CXmlElement::AddAttribute(const wchar_t* localName, const wchar_t
 void CXmlElement::AddAttributeUtf8(const detail::XmlName* name, const char* value, size_t bytes)
 {
     m_attributes.reserve(m_attributes.size() + 1);
-    m_attributes.push_back(CXmlAttribute::Create(this, name, value, bytes));
+    m_attributes.push_back(CXmlAttribute::Create(m_pDocument->Pool(), this, name, value, bytes));
 }
 
 void CXmlElement::AppendText(const wchar_t* text)
@@ -211,14 +214,12 @@ void CXmlElement::AppendTextUtf8(const char* text, size_t bytes)
         if (capacity < needed) {
             capacity = needed;
         }
-        if (capacity > UINT32_MAX) {
-            capacity = UINT32_MAX;
+        capacity = detail::NodePool::Rounded(static_cast<size_t>(capacity));
+        if (capacity > (UINT32_MAX & ~uint64_t{15})) {
+            capacity = needed; // near the 4 GiB limit: no slack
         }
-        void* grown = std::realloc(m_pText, static_cast<size_t>(capacity));
-        if (grown == nullptr) {
-            throw std::bad_alloc();
-        }
-        m_pText = static_cast<char*>(grown);
+        m_pText = static_cast<char*>(m_pDocument->Pool().Reallocate(m_pText, m_cbTextCapacity,
+                                                                    static_cast<size_t>(capacity)));
         m_cbTextCapacity = static_cast<uint32_t>(capacity);
     }
     std::memcpy(m_pText + m_cbText, text, bytes);
@@ -232,17 +233,17 @@ void CXmlElement::AppendTextUtf8(const char* text, size_t bytes)
 
 void CXmlElement::ShrinkText()
 {
-    if (m_cbTextCapacity - m_cbText >= 16) {
-        if (void* shrunk = std::realloc(m_pText, m_cbText)) {
-            m_pText = static_cast<char*>(shrunk);
-            m_cbTextCapacity = m_cbText;
-        }
+    const size_t fitted = detail::NodePool::Rounded(m_cbText);
+    if (m_cbText != 0 && fitted < m_cbTextCapacity) {
+        m_pText =
+            static_cast<char*>(m_pDocument->Pool().Reallocate(m_pText, m_cbTextCapacity, fitted));
+        m_cbTextCapacity = static_cast<uint32_t>(fitted);
     }
 }
 
 CXmlElement* CXmlElement::CreateNewChildElement()
 {
-    auto* child = new CXmlElement(m_pDocument, this);
+    CXmlElement* child = m_pDocument->NewElement(this);
     if (m_pLastChild == nullptr) {
         m_pFirstChild = child;
     } else {

@@ -2,6 +2,8 @@
 // helpers its nodes use.
 #pragma once
 
+#include "xml/NodePool.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <deque>
@@ -50,6 +52,13 @@ private:
     // possible only through the wide building operations).
     std::deque<XmlName> m_unkeyed;
     std::string m_key;
+};
+
+// Everything a document shares among its nodes.
+struct DocumentStore
+{
+    XmlNameTable names;
+    NodePool pool;
 };
 
 } // namespace VxXmlLib16::detail

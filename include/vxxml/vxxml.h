@@ -1,7 +1,9 @@
 // The one header an application includes to use vxxml.
 #pragma once
 
+#include <vxxml/BigInteger.h>
 #include <vxxml/CriticalSection.h>
+#include <vxxml/Decimal.h>
 #include <vxxml/Exceptions.h>
 #include <vxxml/Export.h>
 #include <vxxml/FormatString.h>

@@ -2,6 +2,8 @@
 #pragma once
 
 #include <vxxml/CriticalSection.h>
+#include <vxxml/DateTime.h>
+#include <vxxml/DateTimeSpan.h>
 #include <vxxml/Exceptions.h>
 #include <vxxml/Export.h>
 #include <vxxml/FormatString.h>

@@ -736,12 +736,10 @@ std::partial_ordering CDateTime::ComparePartial(const CDateTime& other) const
     // The side without a zone may be anywhere from -14:00 to +14:00; only a
     // distance larger than that decides.
     constexpr int64_t kWindow = int64_t{MaxTimezoneMinutes} * 60;
-    if (CompareInstants(a.seconds, a.fraction, b.seconds - kWindow, b.fraction) < 0 &&
-        CompareInstants(a.seconds + kWindow, a.fraction, b.seconds, b.fraction) < 0) {
+    if (CompareInstants(a.seconds + kWindow, a.fraction, b.seconds, b.fraction) < 0) {
         return std::partial_ordering::less;
     }
-    if (CompareInstants(a.seconds, a.fraction, b.seconds + kWindow, b.fraction) > 0 &&
-        CompareInstants(a.seconds - kWindow, a.fraction, b.seconds, b.fraction) > 0) {
+    if (CompareInstants(a.seconds - kWindow, a.fraction, b.seconds, b.fraction) > 0) {
         return std::partial_ordering::greater;
     }
     return std::partial_ordering::unordered;

@@ -3,6 +3,8 @@
 
 #include <vxxml/BigInteger.h>
 #include <vxxml/CriticalSection.h>
+#include <vxxml/DateTime.h>
+#include <vxxml/DateTimeSpan.h>
 #include <vxxml/Decimal.h>
 #include <vxxml/Exceptions.h>
 #include <vxxml/Export.h>

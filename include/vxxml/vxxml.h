@@ -6,3 +6,5 @@
 #include <vxxml/Export.h>
 #include <vxxml/FormatString.h>
 #include <vxxml/InstanceMonitor.h>
+#include <vxxml/NamespaceAliasMap.h>
+#include <vxxml/SerializationContext.h>

@@ -2,9 +2,14 @@
 #pragma once
 
 #include <vxxml/CriticalSection.h>
+#include <vxxml/EventSink.h>
 #include <vxxml/Exceptions.h>
 #include <vxxml/Export.h>
 #include <vxxml/FormatString.h>
 #include <vxxml/InstanceMonitor.h>
 #include <vxxml/NamespaceAliasMap.h>
+#include <vxxml/Nillable.h>
 #include <vxxml/SerializationContext.h>
+#include <vxxml/SmartPtr.h>
+#include <vxxml/XmlGeneratedClass.h>
+#include <vxxml/XmlObjectBase.h>

@@ -6,7 +6,14 @@
 #include <vxxml/DateTime.h>
 #include <vxxml/DateTimeSpan.h>
 #include <vxxml/Decimal.h>
+#include <vxxml/EventSink.h>
 #include <vxxml/Exceptions.h>
 #include <vxxml/Export.h>
 #include <vxxml/FormatString.h>
 #include <vxxml/InstanceMonitor.h>
+#include <vxxml/NamespaceAliasMap.h>
+#include <vxxml/Nillable.h>
+#include <vxxml/SerializationContext.h>
+#include <vxxml/SmartPtr.h>
+#include <vxxml/XmlGeneratedClass.h>
+#include <vxxml/XmlObjectBase.h>

@@ -1,4 +1,5 @@
 #include "TestHelpers.h"
+#include "xml/XmlTreeDump.h"
 
 #include <gtest/gtest.h>
 #include <stdexcept>
@@ -9,31 +10,10 @@
 #include <vxxml/XmlDocument.h>
 
 using namespace VxXmlLib16;
+using xmltest::Children;
+using xmltest::Dump;
 
 namespace {
-
-std::vector<CXmlElement*> Children(const CXmlElement* e)
-{
-    std::vector<CXmlElement*> out;
-    for (CXmlElement* c = e->GetFirstElement(); c; c = c->GetNextSiblingElement()) {
-        out.push_back(c);
-    }
-    return out;
-}
-
-// A compact rendering of a subtree: {ns}name[@{ns}a=v...]"text"(children).
-std::wstring Dump(const CXmlElement* e)
-{
-    std::wstring s = L"{" + e->GetNamespaceURI() + L"}" + e->GetLocalName();
-    for (const CXmlAttribute* a : e->GetAttributes()) {
-        s += L"[@{" + a->GetNamespaceURI() + L"}" + a->GetLocalName() + L"=" + a->GetValue() + L"]";
-    }
-    s += L"\"" + e->GetText() + L"\"(";
-    for (const CXmlElement* c : Children(e)) {
-        s += Dump(c);
-    }
-    return s + L")";
-}
 
 int LiveCount(const wchar_t* className)
 {

@@ -211,6 +211,24 @@ TEST(DecimalTest, ArithmeticMatchesScaledInt128)
     }
 }
 
+TEST(DecimalTest, ComparisonSeesTheLastPlace)
+{
+    // Neighbours one unit in the last place apart, written with and without
+    // extra trailing zeros, so that only the last digit can decide.
+    std::mt19937_64 rng(4);
+    for (int i = 0; i < 2000; ++i) {
+        const RandomDecimal a = MakeRandom(rng);
+        const int delta = static_cast<int>(rng() % 3) - 1;
+        const int extra = static_cast<int>(rng() % 3);
+        const i128 b = (a.scaled + delta) * Pow10(extra);
+        const CDecimal da(a.text.c_str());
+        const CDecimal db(ScaledText(b, a.places + extra).c_str());
+        ASSERT_EQ(da<db, delta> 0) << Narrow(a.text) << " vs " << Narrow(db.ToString());
+        ASSERT_EQ(da == db, delta == 0);
+        ASSERT_EQ(db > da, delta > 0);
+    }
+}
+
 TEST(DecimalTest, DivisionKeepsTheMaximumPlaces)
 {
     MaxPlacesGuard guard;

@@ -1,7 +1,11 @@
 // The one header an application includes to use vxxml.
 #pragma once
 
+#include <vxxml/BigInteger.h>
 #include <vxxml/CriticalSection.h>
+#include <vxxml/DateTime.h>
+#include <vxxml/DateTimeSpan.h>
+#include <vxxml/Decimal.h>
 #include <vxxml/EventSink.h>
 #include <vxxml/Exceptions.h>
 #include <vxxml/Export.h>

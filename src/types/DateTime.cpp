@@ -458,8 +458,7 @@ CDateTime CDateTime::FromString(std::wstring_view text, DateTimeType type)
 
 std::wstring CDateTime::ToString() const
 {
-    std::wstring out;
-    out.reserve(48);
+    detail::TextBuilder out;
     if (TypeHasYear(m_eType)) {
         if (m_nYear < 0) {
             out += L'-';
@@ -500,7 +499,7 @@ std::wstring CDateTime::ToString() const
             detail::AppendUnsigned(out, static_cast<uint64_t>(magnitude % 60), 2);
         }
     }
-    return out;
+    return out.str();
 }
 
 const wchar_t* CDateTime::GetTypeName(DateTimeType type)

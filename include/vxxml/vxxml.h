@@ -1,6 +1,8 @@
 // The one header an application includes to use vxxml.
 #pragma once
 
+#include <vxxml/Base64.h>
+#include <vxxml/BinaryData.h>
 #include <vxxml/CriticalSection.h>
 #include <vxxml/Exceptions.h>
 #include <vxxml/Export.h>

@@ -4,7 +4,10 @@
 #include <vxxml/Base64.h>
 #include <vxxml/BinaryData.h>
 #include <vxxml/CriticalSection.h>
+#include <vxxml/Encoder.h>
 #include <vxxml/Exceptions.h>
 #include <vxxml/Export.h>
 #include <vxxml/FormatString.h>
 #include <vxxml/InstanceMonitor.h>
+#include <vxxml/StringBuffer.h>
+#include <vxxml/XmlEncoding.h>

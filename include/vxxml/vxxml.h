@@ -3,6 +3,7 @@
 
 #include <vxxml/Base64.h>
 #include <vxxml/BinaryData.h>
+#include <vxxml/BinaryStream.h>
 #include <vxxml/CriticalSection.h>
 #include <vxxml/Encoder.h>
 #include <vxxml/Exceptions.h>
@@ -10,4 +11,6 @@
 #include <vxxml/FormatString.h>
 #include <vxxml/InstanceMonitor.h>
 #include <vxxml/StringBuffer.h>
+#include <vxxml/TextStream.h>
+#include <vxxml/VxZip.h>
 #include <vxxml/XmlEncoding.h>

@@ -1,11 +1,15 @@
 // The one header an application includes to use vxxml.
 #pragma once
 
+#include <vxxml/Base64.h>
 #include <vxxml/BigInteger.h>
+#include <vxxml/BinaryData.h>
+#include <vxxml/BinaryStream.h>
 #include <vxxml/CriticalSection.h>
 #include <vxxml/DateTime.h>
 #include <vxxml/DateTimeSpan.h>
 #include <vxxml/Decimal.h>
+#include <vxxml/Encoder.h>
 #include <vxxml/EventSink.h>
 #include <vxxml/Exceptions.h>
 #include <vxxml/Export.h>
@@ -15,8 +19,12 @@
 #include <vxxml/Nillable.h>
 #include <vxxml/SerializationContext.h>
 #include <vxxml/SmartPtr.h>
+#include <vxxml/StringBuffer.h>
+#include <vxxml/TextStream.h>
+#include <vxxml/VxZip.h>
 #include <vxxml/XmlAttribute.h>
 #include <vxxml/XmlDocument.h>
 #include <vxxml/XmlElement.h>
+#include <vxxml/XmlEncoding.h>
 #include <vxxml/XmlGeneratedClass.h>
 #include <vxxml/XmlObjectBase.h>

@@ -101,6 +101,8 @@ private:
     void ParseText(bool forceUtf8 = false);
     // Parses the open file in chunks.
     void AsyncParse();
+    // Reads the rest of a compressed file into an owned input buffer.
+    void ReadCompressedFile(const unsigned char* firstChunk, uint32_t firstLength);
     // Reads the next chunk of the open file; 0 at end of file.
     uint32_t ReadChunkFromFile(unsigned char* buffer);
     void SetOwnedInput(unsigned char* data, uint32_t length);

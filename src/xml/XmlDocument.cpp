@@ -11,6 +11,7 @@
 #include <vxxml/Exceptions.h>
 #include <vxxml/FormatString.h>
 #include <vxxml/SerializationContext.h>
+#include <vxxml/VxZip.h>
 #include <vxxml/XmlDocument.h>
 
 namespace VxXmlLib16 {
@@ -18,6 +19,21 @@ namespace {
 
 constexpr uint32_t kFileChunkBytes = 0x20000; // 128 KiB per read
 const wchar_t kInvalidOrEmpty[] = L"Invalid or empty XML document";
+
+// Whether the bytes start with a gzip or zlib header, the only inputs that
+// decompression can change. Checked first so that plain XML (the usual case)
+// is neither copied nor handed to zlib.
+bool LooksCompressed(const unsigned char* data, size_t length)
+{
+    if (length < 2) {
+        return false;
+    }
+    if (data[0] == 0x1F && data[1] == 0x8B) {
+        return true; // gzip member
+    }
+    // zlib: deflate method, window of at most 32 KiB, header check bits.
+    return (data[0] & 0x0F) == 8 && (data[0] >> 4) <= 7 && ((data[0] << 8) | data[1]) % 31 == 0;
+}
 
 std::wstring ErrnoText(int error)
 {
@@ -216,6 +232,23 @@ void CXmlDocument::Load(const wchar_t* fileName)
 
 void CXmlDocument::Parse()
 {
+    // Compressed input is decompressed first; anything else, including a
+    // truncated or corrupt compressed stream, is left as it is and then
+    // fails as XML. Fast Infoset is not read yet: such bytes fail as XML too.
+    if (LooksCompressed(m_pInput, m_cbInput)) {
+        // CVxZip replaces (and frees) the buffer it is given: hand it a
+        // copy we own, never the caller's bytes.
+        if (m_pInput != m_pOwnedInput) {
+            auto* buffer = new unsigned char[m_cbInput];
+            std::memcpy(buffer, m_pInput, m_cbInput);
+            SetOwnedInput(buffer, m_cbInput);
+        }
+        CVxZip().Decompress(m_pOwnedInput, m_cbInput);
+        m_pInput = m_pOwnedInput;
+        if (m_cbInput == 0) {
+            throw CVxException(kInvalidOrEmpty);
+        }
+    }
     ParseText();
 }
 
@@ -227,6 +260,27 @@ void CXmlDocument::ParseText(bool forceUtf8)
     if (m_pDocElement == nullptr) {
         throw CVxException(kInvalidOrEmpty);
     }
+}
+
+void CXmlDocument::ReadCompressedFile(const unsigned char* firstChunk, uint32_t firstLength)
+{
+    std::vector<unsigned char> bytes(firstChunk, firstChunk + firstLength);
+    for (;;) {
+        const size_t at = bytes.size();
+        bytes.resize(at + kFileChunkBytes);
+        const uint32_t n = ReadChunkFromFile(bytes.data() + at);
+        bytes.resize(at + n);
+        if (n == 0) {
+            break;
+        }
+        if (bytes.size() > UINT32_MAX) {
+            throw CVxException(
+                FormatString(L"The compressed file [%s] is larger than 4 GiB", m_fileName.c_str()));
+        }
+    }
+    auto* owned = new unsigned char[bytes.size()];
+    std::memcpy(owned, bytes.data(), bytes.size());
+    SetOwnedInput(owned, static_cast<uint32_t>(bytes.size()));
 }
 
 uint32_t CXmlDocument::ReadChunkFromFile(unsigned char* buffer)
@@ -254,6 +308,13 @@ void CXmlDocument::AsyncParse()
         const uint32_t n = ReadChunkFromFile(buffer.get());
         if (n == 0) {
             break;
+        }
+        if (total == 0 && LooksCompressed(buffer.get(), n)) {
+            // Decompression needs the whole stream: read the rest of the
+            // file and parse it as one buffer.
+            ReadCompressedFile(buffer.get(), n);
+            Parse();
+            return;
         }
         total += n;
         m_pInput = buffer.get();

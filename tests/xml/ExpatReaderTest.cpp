@@ -10,6 +10,7 @@
 #include <thread>
 #include <unistd.h>
 #include <vxxml/SerializationContext.h>
+#include <vxxml/VxZip.h>
 #include <vxxml/XmlDocument.h>
 
 using namespace VxXmlLib16;
@@ -343,4 +344,107 @@ TEST(ExpatReader, RealMalformedDocumentIsRejectedWhereXmllintRejectsIt)
     CXmlDocument doc;
     EXPECT_THROW_MSG(doc.Load(Wide(file).c_str()), CVxException,
                      L"not well-formed (invalid token) at line 6747");
+}
+
+namespace {
+
+std::string Compressed(const std::string& plain, CompressionType type)
+{
+    CBinaryData data(reinterpret_cast<const unsigned char*>(plain.data()),
+                     static_cast<uint32_t>(plain.size()));
+    CVxZip().Compress(data, type);
+    return std::string(reinterpret_cast<const char*>(data.GetData()), data.GetLength());
+}
+
+std::string EmptyGzip()
+{
+    std::string bytes;
+    if (FILE* p = popen("gzip -c < /dev/null", "r")) {
+        int c;
+        while ((c = fgetc(p)) != EOF) {
+            bytes += static_cast<char>(c);
+        }
+        pclose(p);
+    }
+    return bytes;
+}
+
+std::string GeneratedDocument(int items)
+{
+    std::string xml = "<?xml version='1.0'?>\n<r xmlns:p='urn:p'>\n";
+    for (int i = 0; i < items; ++i) {
+        xml +=
+            " <p:i n='" + std::to_string(i) + "'>caf\xC3\xA9 " + std::to_string(i * 7) + "</p:i>\n";
+    }
+    return xml + "</r>\n";
+}
+
+} // namespace
+
+TEST(ExpatReader, GzipAndZlibInputIsDecompressedFirst)
+{
+    ASSERT_FALSE(Shell("command -v gzip").empty());
+    // Larger than one 128 KiB read, so that a compressed file is read whole.
+    const std::string xml = GeneratedDocument(20000);
+    ASSERT_GT(xml.size(), 0x20000u * 3);
+    const std::wstring expected = LoadBytesDump(xml);
+    TempDir dir;
+    const std::string plainFile = dir.Write("plain.xml", xml);
+    // gzip(1) as an independent producer; two members concatenated are one
+    // stream to gunzip and to us.
+    const std::string half = dir.Write("half1.xml", xml.substr(0, xml.size() / 2)) + "' '" +
+                             dir.Write("half2.xml", xml.substr(xml.size() / 2));
+    Shell("gzip -c '" + plainFile + "' > '" + plainFile + ".gz'");
+    Shell("for f in '" + half + "'; do gzip -c \"$f\"; done > '" + plainFile + ".2.gz'");
+    const struct
+    {
+        const char* name;
+        std::string bytes;
+    } inputs[] = {
+        {"gzip", Compressed(xml, Compression_GZip)},
+        {"zlib", Compressed(xml, Compression_ZLib)},
+    };
+    for (const auto& in : inputs) {
+        SCOPED_TRACE(in.name);
+        ASSERT_LT(in.bytes.size(), xml.size() / 2);
+        EXPECT_EQ(LoadBytesDump(in.bytes), expected);
+        EXPECT_EQ(LoadFileDump(dir.Write(in.name, in.bytes)), expected);
+    }
+    EXPECT_EQ(LoadFileDump(plainFile + ".gz"), expected);
+    EXPECT_EQ(LoadFileDump(plainFile + ".2.gz"), expected);
+}
+
+TEST(ExpatReader, DamagedCompressedInputFailsAsXml)
+{
+    const std::string xml = GeneratedDocument(200);
+    const std::string gz = Compressed(xml, Compression_GZip);
+    const std::string zl = Compressed(xml, Compression_ZLib);
+    std::string corrupt = gz;
+    corrupt[corrupt.size() / 2] ^= 0x55;
+    const struct
+    {
+        const char* name;
+        std::string bytes;
+        const wchar_t* message;
+    } cases[] = {
+        {"truncated gzip", gz.substr(0, gz.size() - 9),
+         L"not well-formed (invalid token) at line 1"},
+        {"corrupt gzip", corrupt, L"not well-formed (invalid token) at line 1"},
+        {"gzip with trailing bytes", gz + "<r/>", L"not well-formed (invalid token) at line 1"},
+        {"truncated zlib", zl.substr(0, zl.size() - 3),
+         L"not well-formed (invalid token) at line 1"},
+        {"gzip of nothing", EmptyGzip(), L"Invalid or empty XML document"},
+    };
+    TempDir dir;
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.name);
+        std::string bytes = c.bytes;
+        CXmlDocument doc;
+        EXPECT_THROW_MSG(doc.LoadXmlStream(reinterpret_cast<unsigned char*>(bytes.data()),
+                                           static_cast<uint32_t>(bytes.size())),
+                         CVxException, c.message);
+        EXPECT_THROW_MSG(doc.Load(Wide(dir.Write("damaged", c.bytes)).c_str()), CVxException,
+                         c.message);
+        EXPECT_EQ(doc.GetDocumentElement(), nullptr);
+    }
 }

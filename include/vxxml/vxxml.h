@@ -1,8 +1,10 @@
 // The one header an application includes to use vxxml.
 #pragma once
 
+#include <vxxml/Conversions.h>
 #include <vxxml/CriticalSection.h>
 #include <vxxml/Exceptions.h>
 #include <vxxml/Export.h>
 #include <vxxml/FormatString.h>
 #include <vxxml/InstanceMonitor.h>
+#include <vxxml/WhitespaceUtils.h>

@@ -62,8 +62,8 @@ public:
     // bits ("0.1", "1e+100", "-0"); the specials are always written "INF",
     // "-INF" and "NaN". Otherwise `format` is a printf-style format holding
     // exactly one floating conversion (%f, %F, %e, %E, %g, %G, %a or %A with
-    // optional flags, width and precision, no '*' and no length modifier)
-    // and any literal text and "%%" around it, e.g. L"%.2f". Any other
+    // optional flags, width and precision; no '*', no length modifier but
+    // 'l') and any literal text and "%%" around it, e.g. L"%.2f". Any other
     // format throws CVxInvalidParamException "Invalid number format [...]".
     static std::wstring r4ToString(float value, const std::wstring& format = std::wstring());
     static std::wstring r8ToString(double value, const std::wstring& format = std::wstring());

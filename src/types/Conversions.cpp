@@ -386,6 +386,10 @@ bool ParseNumberFormat(const std::wstring& format, const wchar_t* conversions, N
                 return false;
             }
         }
+        // "%lf" means the same as "%f" to printf; people write it out of habit.
+        if (p != e && *p == L'l') {
+            ++p;
+        }
         if (p == e ||
             std::char_traits<wchar_t>::find(
                 conversions, std::char_traits<wchar_t>::length(conversions), *p) == nullptr) {

@@ -7,4 +7,5 @@
 #include <vxxml/Export.h>
 #include <vxxml/FormatString.h>
 #include <vxxml/InstanceMonitor.h>
+#include <vxxml/ItemType.h>
 #include <vxxml/WhitespaceUtils.h>

@@ -256,7 +256,8 @@ void decimal_ToString_vxxml(benchmark::State& state)
 }
 #endif
 
-// Remembers each run's time per iteration so that main can print ratios.
+// Remembers each run's CPU time per iteration so that main can print ratios
+// (CPU time, because the machines we measure on are shared).
 class RatioReporter : public benchmark::ConsoleReporter
 {
 public:
@@ -265,7 +266,7 @@ public:
     void ReportRuns(const std::vector<Run>& runs) override
     {
         for (const auto& run : runs) {
-            seconds[run.benchmark_name()] = run.GetAdjustedRealTime();
+            seconds[run.benchmark_name()] = run.GetAdjustedCPUTime();
         }
         ConsoleReporter::ReportRuns(runs);
     }

@@ -6,8 +6,13 @@
 #include <limits>
 #include <locale.h>
 #include <string>
+#include <string_view>
 #include <type_traits>
+#include <vxxml/BigInteger.h>
 #include <vxxml/Conversions.h>
+#include <vxxml/DateTime.h>
+#include <vxxml/DateTimeSpan.h>
+#include <vxxml/Decimal.h>
 #include <vxxml/Exceptions.h>
 #include <vxxml/FormatString.h>
 
@@ -470,6 +475,71 @@ std::wstring TwoDigits(const wchar_t* dashes, unsigned value)
     return FormatString(L"%s%02u", dashes, value);
 }
 
+// Hands the normalised text to `parse` as a view, copying only when the rule
+// would change characters inside the trimmed text (rare for these kinds).
+template <class Parse>
+auto WithNormalised(const std::wstring& text, WhitespaceRule rule, Parse&& parse)
+{
+    const TextView view = Normalised(text, rule);
+    bool changes = false;
+    if (rule == CWhitespaceUtils::WhitespaceRule_Replace ||
+        rule == CWhitespaceUtils::WhitespaceRule_Collapse) {
+        for (const wchar_t* p = view.begin; p != view.end && !changes; ++p) {
+            changes = CWhitespaceUtils::IsWhiteSpace(*p);
+        }
+    }
+    if (!changes) {
+        return parse(std::wstring_view(view.begin, view.size()));
+    }
+    const std::wstring normalised = CWhitespaceUtils::ApplyRule(rule, text);
+    return parse(std::wstring_view(normalised));
+}
+
+CDateTime ReadDateTime(const std::wstring& text, WhitespaceRule rule, DateTimeType type)
+{
+    return WithNormalised(text, rule,
+                          [type](std::wstring_view v) { return CDateTime::FromString(v, type); });
+}
+
+// Writes a value in the lexical form of `type`. A value of another kind is
+// written through the fields the two kinds share (the date of a dateTime as
+// an xs:date, say); a kind that lacks a needed field throws the
+// CVxInvalidStateException of that field's accessor.
+std::wstring WriteDateTime(const CDateTime& value, DateTimeType type)
+{
+    if (value.GetType() == type) {
+        return value.ToString();
+    }
+    CDateTime converted;
+    switch (type) {
+    case dt_dateTime:
+        converted = value.GetType() == dt_date
+                        ? CDateTime::MakeDateTime(value.GetYear(), value.GetMonth(), value.GetDay(),
+                                                  0, 0, 0)
+                        : CDateTime::MakeDateTime(value.GetYear(), value.GetMonth(), value.GetDay(),
+                                                  value.GetHour(), value.GetMinute(),
+                                                  value.GetSecond(), value.GetFraction());
+        break;
+    case dt_date:
+        converted = CDateTime::MakeDate(value.GetYear(), value.GetMonth(), value.GetDay());
+        break;
+    case dt_time:
+        converted = CDateTime::MakeTime(value.GetHour(), value.GetMinute(), value.GetSecond(),
+                                        value.GetFraction());
+        break;
+    case dt_gYearMonth:
+        converted = CDateTime::MakeYearMonth(value.GetYear(), value.GetMonth());
+        break;
+    case dt_gMonthDay:
+        converted = CDateTime::MakeMonthDay(value.GetMonth(), value.GetDay());
+        break;
+    }
+    if (value.HasTimezone()) {
+        converted.SetTimezone(value.GetTimezoneOffset());
+    }
+    return converted.ToString();
+}
+
 } // namespace
 
 // ---------------------------------------------------------------------------
@@ -675,6 +745,129 @@ uint8_t CConversions::dayFromString(const std::wstring& text, WhitespaceRule rul
 std::wstring CConversions::dayToString(uint8_t value)
 {
     return TwoDigits(L"---", value);
+}
+
+// ---------------------------------------------------------------------------
+// Decimal and integer
+
+CDecimal CConversions::decimalFromString(const std::wstring& text, WhitespaceRule rule)
+{
+    return WithNormalised(text, rule,
+                          [](std::wstring_view v) { return CDecimal(v.data(), v.size()); });
+}
+
+std::wstring CConversions::decimalToString(const CDecimal& value)
+{
+    return value.ToString();
+}
+
+std::wstring CConversions::decimalToString(const CDecimal& value, const std::wstring& format)
+{
+    if (format.empty()) {
+        return value.ToString();
+    }
+    NumberFormat parsed;
+    if (!ParseNumberFormat(format, L"fF", parsed)) {
+        throw CVxInvalidParamException(FormatString(kMsgBadFormat, format.c_str()));
+    }
+    // The digits come from the exact value, rounded half away from zero;
+    // only the sign and the padding are laid out here, the way printf would.
+    const int places = parsed.precision < 0 ? 6 : parsed.precision;
+    std::wstring digits = value.ToString(places);
+    const bool negative = !digits.empty() && digits[0] == L'-';
+    if (negative) {
+        digits.erase(0, 1);
+    }
+    if (places == 0 && parsed.alternate) {
+        digits += L'.';
+    }
+    const wchar_t* sign = negative ? L"-" : parsed.forceSign ? L"+" : parsed.spaceSign ? L" " : L"";
+    const size_t length = std::char_traits<wchar_t>::length(sign) + digits.size();
+    const size_t padding =
+        static_cast<size_t>(parsed.width) > length ? static_cast<size_t>(parsed.width) - length : 0;
+    std::wstring body;
+    if (parsed.leftAlign) {
+        body = sign + digits + std::wstring(padding, L' ');
+    } else if (parsed.zeroPad) {
+        body = sign + std::wstring(padding, L'0') + digits;
+    } else {
+        body = std::wstring(padding, L' ') + sign + digits;
+    }
+    return parsed.prefix + body + parsed.suffix;
+}
+
+CBigInteger CConversions::integerFromString(const std::wstring& text, WhitespaceRule rule)
+{
+    return CBigInteger(CWhitespaceUtils::ApplyRule(rule, text).c_str());
+}
+
+std::wstring CConversions::integerToString(const CBigInteger& value)
+{
+    return value.ToString();
+}
+
+// ---------------------------------------------------------------------------
+// Date, time and duration
+
+CDateTime CConversions::dateFromString(const std::wstring& text, WhitespaceRule rule)
+{
+    return ReadDateTime(text, rule, dt_date);
+}
+
+std::wstring CConversions::dateToString(const CDateTime& value)
+{
+    return WriteDateTime(value, dt_date);
+}
+
+CDateTime CConversions::datetimeFromString(const std::wstring& text, WhitespaceRule rule)
+{
+    return ReadDateTime(text, rule, dt_dateTime);
+}
+
+std::wstring CConversions::datetimeToString(const CDateTime& value)
+{
+    return WriteDateTime(value, dt_dateTime);
+}
+
+CDateTime CConversions::timeFromString(const std::wstring& text, WhitespaceRule rule)
+{
+    return ReadDateTime(text, rule, dt_time);
+}
+
+std::wstring CConversions::timeToString(const CDateTime& value)
+{
+    return WriteDateTime(value, dt_time);
+}
+
+CDateTime CConversions::yearMonthFromString(const std::wstring& text, WhitespaceRule rule)
+{
+    return ReadDateTime(text, rule, dt_gYearMonth);
+}
+
+std::wstring CConversions::yearMonthToString(const CDateTime& value)
+{
+    return WriteDateTime(value, dt_gYearMonth);
+}
+
+CDateTime CConversions::monthDayFromString(const std::wstring& text, WhitespaceRule rule)
+{
+    return ReadDateTime(text, rule, dt_gMonthDay);
+}
+
+std::wstring CConversions::monthDayToString(const CDateTime& value)
+{
+    return WriteDateTime(value, dt_gMonthDay);
+}
+
+CDateTimeSpan CConversions::durationFromString(const std::wstring& text, WhitespaceRule rule)
+{
+    return WithNormalised(text, rule,
+                          [](std::wstring_view v) { return CDateTimeSpan::FromString(v); });
+}
+
+std::wstring CConversions::durationToString(const CDateTimeSpan& value)
+{
+    return value.ToString();
 }
 
 } // namespace VxXmlLib16

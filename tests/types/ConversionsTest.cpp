@@ -3,9 +3,15 @@
 #include <bit>
 #include <charconv>
 #include <cmath>
+#include <cstdlib>
+#include <cwchar>
 #include <limits>
 #include <random>
+#include <vxxml/BigInteger.h>
 #include <vxxml/Conversions.h>
+#include <vxxml/DateTime.h>
+#include <vxxml/DateTimeSpan.h>
+#include <vxxml/Decimal.h>
 #include <vxxml/WhitespaceUtils.h>
 
 using namespace VxXmlLib16;
@@ -383,4 +389,111 @@ TEST(Conversions, YearMonthDay)
         EXPECT_THROW_MSG(CConversions::dayFromString(bad, kNone), CVxInvalidValueException,
                          CannotConvert(bad, L"day"));
     }
+}
+
+// ---------------------------------------------------------------------------
+// Decimal, integer, binary, date and time kinds
+
+TEST(Conversions, DecimalAndIntegerText)
+{
+    EXPECT_EQ(CConversions::decimalToString(CConversions::decimalFromString(L" -12.5 ", kCollapse)),
+              L"-12.5");
+    EXPECT_EQ(CConversions::decimalToString(CConversions::decimalFromString(L"1.7E+3", kNone)),
+              L"1700");
+    EXPECT_THROW(CConversions::decimalFromString(L"1 .5", kCollapse), CVxInvalidValueException);
+    EXPECT_THROW(CConversions::decimalFromString(L"", kNone), CVxInvalidValueException);
+    EXPECT_EQ(CConversions::integerToString(CConversions::integerFromString(
+                  L"\t-123456789012345678901234567890\n", kCollapse)),
+              L"-123456789012345678901234567890");
+    // An empty format is the plain form.
+    EXPECT_EQ(CConversions::decimalToString(CDecimal(L"0.125"), L""), L"0.125");
+}
+
+TEST(Conversions, DecimalFormatIsPrintfFOnTheExactValue)
+{
+    struct Case
+    {
+        const wchar_t* value;
+        const wchar_t* format;
+        const wchar_t* expected;
+    };
+    const Case cases[] = {
+        {L"1.005", L"%.2f", L"1.01"}, // half away from zero, where a double would give 1.00
+        {L"-1.005", L"%.2f", L"-1.01"},
+        {L"2.25", L"%+.1f", L"+2.3"},
+        {L"1.5", L"%f", L"1.500000"}, // printf's default of six places
+        {L"-3.14159", L"%08.2f", L"-0003.14"},
+        {L"3.14159", L"%-8.1f|", L"3.1     |"},
+        {L"2.5", L"% .0f", L" 3"},
+        {L"2.5", L"%#.0f", L"3."},
+        {L"7", L"%6.1lf", L"   7.0"},
+        {L"12345678901234567890.123456789", L"%.3f", L"12345678901234567890.123"},
+        {L"19.99", L"EUR %.1F (100%%)", L"EUR 20.0 (100%)"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(Narrow(c.value) + " " + Narrow(c.format));
+        EXPECT_EQ(CConversions::decimalToString(CDecimal(c.value), c.format), c.expected);
+    }
+    // Away from ties the result is what printf makes of the same number.
+    std::mt19937_64 rng(3);
+    for (int i = 0; i < 2000; ++i) {
+        const int64_t scaled = static_cast<int64_t>(rng() % 2000000000000ULL) - 1000000000000LL;
+        const int places = static_cast<int>(rng() % 5);
+        int64_t unit = 1; // one unit in the last place kept, in millionths
+        for (int d = places; d < 6; ++d) {
+            unit *= 10;
+        }
+        if (std::llabs(scaled) % unit == unit / 2) {
+            continue; // an exact tie: printf rounds those to even
+        }
+        wchar_t text[64];
+        std::swprintf(text, 64, L"%s%lld.%06lld", scaled < 0 ? L"-" : L"",
+                      static_cast<long long>(std::llabs(scaled) / 1000000),
+                      static_cast<long long>(std::llabs(scaled) % 1000000));
+        wchar_t format[16];
+        std::swprintf(format, 16, L"%%+012.%df", places);
+        wchar_t expected[64];
+        std::swprintf(expected, 64, format, std::wcstod(text, nullptr));
+        ASSERT_EQ(CConversions::decimalToString(CDecimal(text), format), expected)
+            << Narrow(text) << " " << Narrow(format);
+    }
+    for (const wchar_t* bad : {L"%d", L"%e", L"%g", L"%s", L"%.2f%.2f", L"plain", L"%*.2f"}) {
+        SCOPED_TRACE(Narrow(bad));
+        EXPECT_THROW_MSG(CConversions::decimalToString(CDecimal(L"1"), bad),
+                         CVxInvalidParamException,
+                         std::wstring(L"Invalid number format [") + bad + L"]");
+    }
+}
+
+TEST(Conversions, DateTimeKinds)
+{
+    const CDateTime dt =
+        CConversions::datetimeFromString(L"  2024-02-29T12:34:56.5+05:30 ", kCollapse);
+    EXPECT_EQ(CConversions::datetimeToString(dt), L"2024-02-29T12:34:56.5+05:30");
+    // A value of another kind is written through the fields both share.
+    EXPECT_EQ(CConversions::dateToString(dt), L"2024-02-29+05:30");
+    EXPECT_EQ(CConversions::timeToString(dt), L"12:34:56.5+05:30");
+    EXPECT_EQ(CConversions::yearMonthToString(dt), L"2024-02+05:30");
+    EXPECT_EQ(CConversions::monthDayToString(dt), L"--02-29+05:30");
+    const CDateTime date = CConversions::dateFromString(L"2024-02-29", kNone);
+    EXPECT_EQ(CConversions::datetimeToString(date), L"2024-02-29T00:00:00");
+    EXPECT_THROW(CConversions::dateToString(CConversions::timeFromString(L"10:00:00", kNone)),
+                 CVxInvalidStateException);
+
+    EXPECT_EQ(
+        CConversions::yearMonthToString(CConversions::yearMonthFromString(L"-0044-03", kNone)),
+        L"-0044-03");
+    EXPECT_EQ(CConversions::monthDayToString(CConversions::monthDayFromString(L"--02-29", kNone)),
+              L"--02-29");
+    // Each kind reads only its own form; the rule is applied first.
+    EXPECT_THROW(CConversions::dateFromString(L"2024-02-29T00:00:00", kNone),
+                 CVxInvalidValueException);
+    EXPECT_THROW(CConversions::dateFromString(L"2023-02-29", kNone), CVxInvalidValueException);
+    EXPECT_THROW(CConversions::timeFromString(L" 10:00:00", kNone), CVxInvalidValueException);
+    EXPECT_THROW(CConversions::timeFromString(L"10:00\t:00", kReplace), CVxInvalidValueException);
+
+    EXPECT_EQ(
+        CConversions::durationToString(CConversions::durationFromString(L"\n-P1DT2H\n", kCollapse)),
+        L"-P1DT2H");
+    EXPECT_THROW(CConversions::durationFromString(L"P", kCollapse), CVxInvalidValueException);
 }

@@ -5,6 +5,7 @@
 #include <vxxml/BigInteger.h>
 #include <vxxml/BinaryData.h>
 #include <vxxml/BinaryStream.h>
+#include <vxxml/Conversions.h>
 #include <vxxml/CriticalSection.h>
 #include <vxxml/DateTime.h>
 #include <vxxml/DateTimeSpan.h>
@@ -15,6 +16,7 @@
 #include <vxxml/Export.h>
 #include <vxxml/FormatString.h>
 #include <vxxml/InstanceMonitor.h>
+#include <vxxml/ItemType.h>
 #include <vxxml/NamespaceAliasMap.h>
 #include <vxxml/Nillable.h>
 #include <vxxml/SerializationContext.h>
@@ -22,6 +24,7 @@
 #include <vxxml/StringBuffer.h>
 #include <vxxml/TextStream.h>
 #include <vxxml/VxZip.h>
+#include <vxxml/WhitespaceUtils.h>
 #include <vxxml/XmlEncoding.h>
 #include <vxxml/XmlGeneratedClass.h>
 #include <vxxml/XmlObjectBase.h>

@@ -23,6 +23,7 @@
 #include <vxxml/SmartPtr.h>
 #include <vxxml/StringBuffer.h>
 #include <vxxml/TextStream.h>
+#include <vxxml/VxVariant.h>
 #include <vxxml/VxZip.h>
 #include <vxxml/WhitespaceUtils.h>
 #include <vxxml/XmlEncoding.h>

@@ -26,6 +26,9 @@
 #include <vxxml/VxVariant.h>
 #include <vxxml/VxZip.h>
 #include <vxxml/WhitespaceUtils.h>
+#include <vxxml/XmlAttribute.h>
+#include <vxxml/XmlDocument.h>
+#include <vxxml/XmlElement.h>
 #include <vxxml/XmlEncoding.h>
 #include <vxxml/XmlGeneratedClass.h>
 #include <vxxml/XmlObjectBase.h>

@@ -6,3 +6,5 @@
 #include <vxxml/Export.h>
 #include <vxxml/FormatString.h>
 #include <vxxml/InstanceMonitor.h>
+#include <vxxml/XmlTextWriter.h>
+#include <vxxml/XmlWriter.h>

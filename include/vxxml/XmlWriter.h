@@ -12,7 +12,7 @@
 #include <vector>
 #include <vxxml/Export.h>
 #include <vxxml/InstanceMonitor.h>
-#include <vxxml/VxVariant.h>
+#include <vxxml/ItemType.h>
 
 namespace VxXmlLib16 {
 

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 #include <vxxml/Export.h>
 #include <vxxml/TextStream.h>
 #include <vxxml/XmlWriter.h>
@@ -81,10 +82,14 @@ private:
     bool m_bFormatting = true;
     bool m_bWriteDefaultElementValues = false;
     EOLType m_EOLType = EOL_LF;
+    // The end tag of each open element by depth ("</p:name>"), made when the
+    // start tag is written: the end tag repeats the start tag's prefix even if
+    // the scope changed in between, and costs one append.
+    std::vector<std::wstring> m_endTags;
     // Scratch strings reused for every call, so the hot path does not
     // allocate once their capacity suffices.
     std::wstring m_strScratchUri;
-    std::wstring m_strScratchValue;
+    std::wstring m_strScratch;
 };
 
 } // namespace VxXmlLib16

@@ -47,11 +47,6 @@ public:
         CXmlWriterContext* GetParent() const { return m_pParent; }
         uint32_t GetContentHint() const { return m_dwContentHint; }
         void SetContentHint(uint32_t hint) { m_dwContentHint = hint; }
-        // The prefix the element was written with (empty for none); kept so
-        // that the end tag matches the start tag even if the scope changed
-        // in between.
-        const std::wstring& GetPrefix() const { return m_strPrefix; }
-        void SetPrefix(const std::wstring& prefix) { m_strPrefix = prefix; }
 
         // The namespace scope in effect here (own, or the nearest ancestor's).
         const std::wstring& GetDefaultNamespace() const { return *m_pEffectiveDefault; }
@@ -82,7 +77,6 @@ public:
         int32_t m_lDepth = 0;
         std::wstring m_strNamespaceUri;
         std::wstring m_strLocalName;
-        std::wstring m_strPrefix;
         CXmlWriterContext* m_pParent = nullptr;
         uint32_t m_dwContentHint = 0;
         std::wstring m_strDefaultNamespace;

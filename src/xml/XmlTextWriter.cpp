@@ -259,34 +259,49 @@ void CXmlTextWriter::StartElement(const wchar_t* localName, const wchar_t* names
         CloseParentStartTag();
     }
     CXmlWriterContext* context = PushContext(localName, namespaceUri);
+    const auto depth = static_cast<size_t>(context->GetDepth());
+    if (m_endTags.size() <= depth) {
+        m_endTags.resize(depth + 1);
+    }
+    std::wstring& endTag = m_endTags[depth];
+
+    const std::wstring& uri = context->GetNamespaceUri();
+    const std::wstring& local = context->GetLocalName();
+    const std::wstring* prefix = nullptr;
+    const std::wstring* declare = nullptr;
+    if (!uri.empty() && uri != context->GetDefaultNamespace()) {
+        prefix = context->FindPrefix(uri);
+        // An empty prefix cannot name a namespace other than the default
+        // one, so it is treated as no prefix at all.
+        if (prefix == nullptr || prefix->empty()) {
+            context->AddNamespace(GeneratePrefix(), uri);
+            prefix = context->FindPrefix(uri);
+            declare = prefix;
+        }
+    }
+    // "</" [prefix ":"] name ">" in one pass over a buffer that keeps its
+    // capacity from element to element.
+    const size_t prefixLength = prefix ? prefix->size() + 1 : 0;
+    endTag.resize(3 + prefixLength + local.size());
+    wchar_t* out = endTag.data();
+    *out++ = L'<';
+    *out++ = L'/';
+    if (prefix) {
+        out = std::wmemcpy(out, prefix->data(), prefix->size()) + prefix->size();
+        *out++ = L':';
+    }
+    out = std::wmemcpy(out, local.data(), local.size()) + local.size();
+    *out = L'>';
 
     if (m_bFormatting) {
         WriteIndent(context->GetDepth());
     }
     m_pStream->Write(L'<');
-
-    const std::wstring& uri = context->GetNamespaceUri();
-    if (!uri.empty() && uri != context->GetDefaultNamespace()) {
-        const std::wstring* known = context->FindPrefix(uri);
-        // An empty prefix cannot name a namespace other than the default
-        // one, so it is treated as no prefix at all.
-        const bool declare = known == nullptr || known->empty();
-        if (declare) {
-            std::wstring prefix = GeneratePrefix();
-            context->AddNamespace(prefix, uri);
-            context->SetPrefix(prefix);
-        } else {
-            context->SetPrefix(*known);
-        }
-        m_pStream->Write(context->GetPrefix());
-        m_pStream->Write(L':');
-        m_pStream->Write(context->GetLocalName());
-        if (declare) {
-            m_pStream->Write(L' ');
-            WriteNamespaceDeclaration(context->GetPrefix(), uri);
-        }
-    } else {
-        m_pStream->Write(context->GetLocalName());
+    // The qualified name is the end tag without "</" and ">".
+    m_pStream->Write(endTag.data() + 2, static_cast<uint32_t>(endTag.size() - 3));
+    if (declare) {
+        m_pStream->Write(L' ');
+        WriteNamespaceDeclaration(*declare, uri);
     }
 
     if (context->GetParent() == nullptr) {
@@ -324,7 +339,7 @@ void CXmlTextWriter::WriteElementText(const wchar_t* text, ItemType /*itemType*/
         m_pStream->Write(L'>');
         m_pContext->SetStartTagOpen(false);
     }
-    if (std::wcsncmp(text, L"<![CDATA[", 9) == 0) {
+    if (text[0] == L'<' && std::wcsncmp(text, L"<![CDATA[", 9) == 0) {
         m_pStream->Write(text);
     } else {
         WriteEscaped(text, false);
@@ -343,13 +358,7 @@ void CXmlTextWriter::EndElement()
         if (m_bFormatting && m_pContext->GetChildCount() > 0) {
             WriteIndent(m_pContext->GetDepth());
         }
-        m_pStream->Write(L"</", 2);
-        if (!m_pContext->GetPrefix().empty()) {
-            m_pStream->Write(m_pContext->GetPrefix());
-            m_pStream->Write(L':');
-        }
-        m_pStream->Write(m_pContext->GetLocalName());
-        m_pStream->Write(L'>');
+        m_pStream->Write(m_endTags[static_cast<size_t>(m_pContext->GetDepth())]);
     }
     if (m_bFormatting) {
         m_pStream->Write(m_strEOLChars);
@@ -367,23 +376,23 @@ void CXmlTextWriter::WriteAttribute(const wchar_t* localName, const wchar_t* nam
     if (!m_pContext->IsStartTagOpen()) {
         throw CVxException(kMsgAttributesFirst);
     }
-    m_pStream->Write(L' ');
+    // ' [prefix:]name="' is put together first and appended in one piece.
+    m_strScratch.assign(1, L' ');
     if (!IsEmpty(namespaceUri)) {
         m_strScratchUri.assign(namespaceUri);
         const std::wstring* known = m_pContext->FindPrefix(m_strScratchUri);
         if (known == nullptr || known->empty()) {
-            std::wstring prefix = GeneratePrefix();
-            m_pContext->AddNamespace(prefix, m_strScratchUri);
-            WriteNamespaceDeclaration(prefix, m_strScratchUri);
+            m_pContext->AddNamespace(GeneratePrefix(), m_strScratchUri);
+            known = m_pContext->FindPrefix(m_strScratchUri);
             m_pStream->Write(L' ');
-            m_pStream->Write(prefix);
-        } else {
-            m_pStream->Write(*known);
+            WriteNamespaceDeclaration(*known, m_strScratchUri);
         }
-        m_pStream->Write(L':');
+        m_strScratch += *known;
+        m_strScratch += L':';
     }
-    m_pStream->Write(OrEmpty(localName));
-    m_pStream->Write(L"=\"", 2);
+    m_strScratch += OrEmpty(localName);
+    m_strScratch += L"=\"";
+    m_pStream->Write(m_strScratch);
     WriteEscaped(OrEmpty(value), true);
     m_pStream->Write(L'"');
     FlushIfFull();
@@ -410,10 +419,8 @@ void CXmlTextWriter::WriteXsiType(const wchar_t* typeNamespaceUri, const wchar_t
             WriteNamespaceDeclaration(prefix, typeUri);
             m_pStream->Write(L' ');
         }
-        m_strScratchValue.assign(prefix);
-        m_strScratchValue += L':';
-        m_strScratchValue += OrEmpty(typeLocalName);
-        WriteAttribute(L"type", XsiNamespaceUri, m_strScratchValue.c_str(), itemType);
+        std::wstring value = prefix + L':' + OrEmpty(typeLocalName);
+        WriteAttribute(L"type", XsiNamespaceUri, value.c_str(), itemType);
     } else {
         WriteAttribute(L"type", XsiNamespaceUri, OrEmpty(typeLocalName), itemType);
     }

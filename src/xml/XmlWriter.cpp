@@ -30,7 +30,6 @@ void CXmlWriter::CXmlWriterContext::Init(CXmlWriterContext* parent, const wchar_
     m_bStartTagOpen = true;
     m_strNamespaceUri.assign(namespaceUri ? namespaceUri : L"");
     m_strLocalName.assign(localName ? localName : L"");
-    m_strPrefix.clear();
     m_pParent = parent;
     m_dwContentHint = 0;
     if (parent) {
@@ -51,13 +50,15 @@ void CXmlWriter::CXmlWriterContext::Init(CXmlWriterContext* parent, const wchar_
 
 void CXmlWriter::CXmlWriterContext::ReleaseScope()
 {
-    if (m_bOwnsMap) {
-        delete m_pNamespaceMap;
+    if (!m_bSharesParentScope) {
+        if (m_bOwnsMap) {
+            delete m_pNamespaceMap;
+        }
+        m_pNamespaceMap = nullptr;
+        m_bOwnsMap = false;
+        m_bSharesParentScope = true;
+        m_strDefaultNamespace.clear();
     }
-    m_pNamespaceMap = nullptr;
-    m_bOwnsMap = false;
-    m_bSharesParentScope = true;
-    m_strDefaultNamespace.clear();
     m_pEffectiveDefault = nullptr;
     m_pEffectiveMap = nullptr;
 }

@@ -23,9 +23,9 @@ const std::wstring kHeader =
 
 } // namespace
 
-// Runs first in its own process state: the report only ever shows classes
-// that the test itself created, because the library objects of other tests
-// are gone by Cleanup.
+// Cleanup() forgets every entry, so afterwards the report shows only the
+// classes this test creates. (Safe here because no library object outlives
+// its test; CTest also runs every test in a process of its own.)
 TEST(InstanceMonitor, ReportMarksLiveClassesAndSurvivesCleanup)
 {
     CInstanceMonitor::Cleanup();

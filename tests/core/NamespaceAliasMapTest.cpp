@@ -1,0 +1,90 @@
+#include "TestHelpers.h"
+
+#include <vxxml/NamespaceAliasMap.h>
+
+using namespace VxXmlLib16;
+
+namespace {
+
+std::vector<std::wstring> Namespaces(const CNamespaceAliasMap& map)
+{
+    std::vector<std::wstring> out;
+    for (int i = 0; i < map.GetNamespaceCount(); ++i) {
+        out.push_back(map.GetNamespaceAt(i));
+    }
+    return out;
+}
+
+} // namespace
+
+TEST(NamespaceAliasMap, EntriesAreOrderedByUriNotByInsertion)
+{
+    CNamespaceAliasMap map;
+    map.Add(L"z", L"urn:b");
+    map.Add(L"a", L"urn:c");
+    map.Add(L"m", L"urn:a");
+    map.Add(L"u", L"urn:\u00e9"); // compared as code points, so after ASCII
+    map.Add(L"U", L"urn:B");      // upper case sorts before lower case
+    EXPECT_EQ(Namespaces(map),
+              (std::vector<std::wstring>{L"urn:B", L"urn:a", L"urn:b", L"urn:c", L"urn:\u00e9"}));
+    EXPECT_THROW_MSG(map.GetNamespaceAt(5), CVxInvalidParamException, L"Index out of range");
+    EXPECT_THROW_MSG(map.GetNamespaceAt(-1), CVxInvalidParamException, L"Index out of range");
+}
+
+TEST(NamespaceAliasMap, AddReplacesTheAliasOfAKnownNamespace)
+{
+    CNamespaceAliasMap map;
+    map.Add(L"old", L"urn:x");
+    map.Add(L"new", L"urn:x");
+    EXPECT_EQ(map.GetNamespaceCount(), 1);
+    EXPECT_EQ(map.GetAliasFromNamespace(L"urn:x"), L"new");
+    EXPECT_FALSE(map.DoesAliasExist(L"old"));
+    EXPECT_TRUE(map.DoesAliasExist(L"new"));
+}
+
+TEST(NamespaceAliasMap, LookingUpAnUnknownNamespaceLeavesAnEmptyAliasEntry)
+{
+    CNamespaceAliasMap map;
+    map.Add(L"p", L"urn:p");
+    EXPECT_FALSE(map.DoesNamespaceExist(L"urn:q"));
+    EXPECT_EQ(map.GetAliasFromNamespace(L"urn:q"), L"");
+    EXPECT_EQ(map.GetNamespaceCount(), 2);
+    EXPECT_TRUE(map.DoesNamespaceExist(L"urn:q"));
+    // The left-over entry is a real entry: it has the empty alias.
+    EXPECT_TRUE(map.DoesAliasExist(L""));
+    EXPECT_EQ(map.GetNamespaceFromAlias(L""), L"urn:q");
+    // Asking again does not add a second entry.
+    map.GetAliasFromNamespace(L"urn:q");
+    EXPECT_EQ(map.GetNamespaceCount(), 2);
+}
+
+TEST(NamespaceAliasMap, SharedAliasResolvesToTheFirstNamespaceInUriOrder)
+{
+    CNamespaceAliasMap map;
+    map.Add(L"dup", L"urn:2");
+    map.Add(L"dup", L"urn:1");
+    EXPECT_EQ(map.GetNamespaceFromAlias(L"dup"), L"urn:1");
+    map.RemoveNamespace(L"urn:1");
+    EXPECT_EQ(map.GetNamespaceFromAlias(L"dup"), L"urn:2");
+    map.RemoveNamespace(L"urn:1"); // absent: no error
+    map.RemoveNamespace(nullptr);
+    EXPECT_EQ(map.GetNamespaceCount(), 1);
+    EXPECT_THROW_MSG(map.GetNamespaceFromAlias(L"nope"), CVxException,
+                     L"Namespace alias [nope] not found");
+}
+
+TEST(NamespaceAliasMap, CopiesAreIndependent)
+{
+    CNamespaceAliasMap source;
+    source.Add(L"a", L"urn:a");
+    CNamespaceAliasMap copy(source);
+    copy.Add(L"b", L"urn:b");
+    source.Add(L"c", L"urn:a");
+    EXPECT_EQ(source.GetNamespaceCount(), 1);
+    EXPECT_EQ(copy.GetNamespaceCount(), 2);
+    EXPECT_EQ(copy.GetAliasFromNamespace(L"urn:a"), L"a");
+
+    copy = source;
+    EXPECT_EQ(Namespaces(copy), std::vector<std::wstring>{L"urn:a"});
+    EXPECT_EQ(copy.GetAliasFromNamespace(L"urn:a"), L"c");
+}

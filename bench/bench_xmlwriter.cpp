@@ -192,7 +192,7 @@ const pugi::xml_document& PugiTree(bool formatting)
     return doc;
 }
 
-std::string SaveWithPugi(bool formatting)
+[[gnu::noinline]] std::string SaveWithPugi(bool formatting)
 {
     StringWriter out;
     PugiTree(formatting)

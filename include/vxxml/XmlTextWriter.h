@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 #include <vxxml/Export.h>
@@ -19,6 +20,9 @@ namespace VxXmlLib16 {
 //
 // After every construct the writer flushes the stream once it holds 4096 or
 // more characters, so that file streams write in chunks and memory stays flat.
+// Between flushes the writer may keep up to 2048 characters of its own before
+// handing them to the stream; everything written is in the stream once
+// EndDocument has been called.
 class VXXML_API CXmlTextWriter : public CXmlWriter
 {
 public:
@@ -70,11 +74,45 @@ public:
     void SetWriteDefaultElementValues(bool write) { m_bWriteDefaultElementValues = write; }
 
 private:
+    // Text is collected in a buffer of the writer's own and handed to the
+    // stream in pieces of up to kPendingCapacity characters: the pieces of a
+    // tag cost a copy each, not a call into the stream each.
+    void Put(wchar_t c)
+    {
+        if (m_cchPending == kPendingCapacity) {
+            Drain();
+        }
+        m_pending[m_cchPending++] = c;
+    }
+    void Put(const wchar_t* text, size_t length)
+    {
+        if (m_cchPending + length <= kPendingCapacity) {
+            wchar_t* out = m_pending + m_cchPending;
+            for (size_t i = 0; i < length; ++i) {
+                out[i] = text[i];
+            }
+            m_cchPending += length;
+        } else {
+            PutLong(text, length);
+        }
+    }
+    // Text that does not fit: passes through in pieces of the buffer's size.
+    void PutLong(const wchar_t* text, size_t length);
+    void Put(const std::wstring& text) { Put(text.data(), text.size()); }
+    // Up to the terminating zero; null puts nothing.
+    void PutText(const wchar_t* text);
+    void Drain();
+    // Ends every writing operation: once the stream and the buffer together
+    // hold 4096 characters or more, the stream gets the buffered text and is
+    // flushed.
+    void EndConstruct();
+
     void WriteEscaped(const wchar_t* text, bool attributeMode);
     void WriteIndent(int32_t depth);
     void CloseParentStartTag();
-    void FlushIfFull();
     void WriteNamespaceDeclaration(const std::wstring& prefix, const std::wstring& namespaceUri);
+
+    static constexpr size_t kPendingCapacity = 2048;
 
     std::wstring m_strIndentChars;
     std::wstring m_strEOLChars;
@@ -82,14 +120,15 @@ private:
     bool m_bFormatting = true;
     bool m_bWriteDefaultElementValues = false;
     EOLType m_EOLType = EOL_LF;
-    // The end tag of each open element by depth ("</p:name>"), made when the
-    // start tag is written: the end tag repeats the start tag's prefix even if
-    // the scope changed in between, and costs one append.
-    std::vector<std::wstring> m_endTags;
-    // Scratch strings reused for every call, so the hot path does not
-    // allocate once their capacity suffices.
+    // The prefix each open element's start tag used, by depth: the end tag
+    // repeats it even if the scope changed in between.
+    std::vector<std::wstring> m_elementPrefixes;
+    // Reused for every attribute, so the hot path does not allocate once its
+    // capacity suffices.
     std::wstring m_strScratchUri;
-    std::wstring m_strScratch;
+    size_t m_cchPending = 0;
+    wchar_t* m_pending;                        // kPendingCapacity + 1 for the terminating zero
+    std::unique_ptr<wchar_t[]> m_pendingOwner; // owns m_pending
 };
 
 } // namespace VxXmlLib16

@@ -4,6 +4,10 @@
 #include <vxxml/Exceptions.h>
 #include <vxxml/XmlTextWriter.h>
 
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
 namespace VxXmlLib16 {
 
 namespace {
@@ -48,13 +52,6 @@ struct EscapeTables
 };
 constexpr EscapeTables kEscape;
 
-inline void Put(CTextStream* stream, const wchar_t* begin, const wchar_t* end)
-{
-    if (end != begin) {
-        stream->Write(begin, static_cast<uint32_t>(end - begin));
-    }
-}
-
 inline bool IsEmpty(const wchar_t* text)
 {
     return text == nullptr || *text == L'\0';
@@ -69,8 +66,10 @@ inline const wchar_t* OrEmpty(const wchar_t* text)
 
 CXmlTextWriter::CXmlTextWriter(CTextStream* stream)
     : CXmlWriter(L"CXmlTextWriter"), m_strIndentChars(L"\t"), m_strEOLChars(L"\n"),
-      m_pStream(stream)
+      m_pStream(stream), m_pending(nullptr),
+      m_pendingOwner(std::make_unique_for_overwrite<wchar_t[]>(kPendingCapacity + 1))
 {
+    m_pending = m_pendingOwner.get();
     if (stream == nullptr) {
         throw CVxInvalidParamException(kMsgNullStream);
     }
@@ -81,11 +80,13 @@ CXmlTextWriter::~CXmlTextWriter() = default;
 void CXmlTextWriter::StartDocument()
 {
     CXmlWriter::StartDocument();
+    m_cchPending = 0; // the stream starts empty, so does what is owed to it
     m_pStream->Open();
 }
 
 void CXmlTextWriter::EndDocument()
 {
+    Drain();
     m_pStream->Close();
     CXmlWriter::EndDocument();
 }
@@ -116,75 +117,147 @@ void CXmlTextWriter::SetEOLType(EOLType type)
     m_EOLType = type;
 }
 
-void CXmlTextWriter::FlushIfFull()
+void CXmlTextWriter::PutLong(const wchar_t* text, size_t length)
 {
-    if (m_pStream->GetLength() >= kFlushThreshold) {
-        m_pStream->Flush();
+    while (m_cchPending + length > kPendingCapacity) {
+        const size_t room = kPendingCapacity - m_cchPending;
+        std::memcpy(m_pending + m_cchPending, text, room * sizeof(wchar_t));
+        m_cchPending = kPendingCapacity;
+        text += room;
+        length -= room;
+        Drain();
+    }
+    std::memcpy(m_pending + m_cchPending, text, length * sizeof(wchar_t));
+    m_cchPending += length;
+}
+
+void CXmlTextWriter::PutText(const wchar_t* text)
+{
+    if (text) {
+        Put(text, std::wcslen(text));
     }
 }
 
-// Copies runs of characters that need no escaping in one append each, so the
-// cost per character is one table test, not a call into the stream.
+void CXmlTextWriter::Drain()
+{
+    if (m_cchPending != 0) {
+        // The buffer has room for a terminating zero, so the stream can take
+        // it as one string.
+        m_pending[m_cchPending] = L'\0';
+        m_cchPending = 0;
+        m_pStream->Write(m_pending);
+    }
+}
+
+void CXmlTextWriter::EndConstruct()
+{
+    // A stream that keeps its text (in memory) stays above the threshold
+    // and is flushed after every construct; the buffer then goes on
+    // collecting. A stream that writes out (a file) falls back to zero at
+    // each flush and gets everything buffered just before the next one, so
+    // it writes chunks of about 4096 characters.
+    if (m_pStream->GetLength() < kFlushThreshold) {
+        if (m_pStream->GetLength() + m_cchPending < kFlushThreshold) {
+            return;
+        }
+        Drain();
+    }
+    m_pStream->Flush();
+}
+
+namespace {
+
+// The first character in [p, end) that the escaper must look at.
+const wchar_t* FindSpecial(const wchar_t* p, const wchar_t* end, const unsigned char* table,
+                           bool attributeMode)
+{
+#if defined(__SSE2__)
+    // Four characters per step: compare against each special character at
+    // once; one mask test skips the run when none of them is there.
+    static_assert(sizeof(wchar_t) == 4, "four wide characters per 16-byte load");
+    const __m128i amp = _mm_set1_epi32(L'&');
+    const __m128i lt = _mm_set1_epi32(L'<');
+    const __m128i gt = _mm_set1_epi32(L'>');
+    const __m128i lf = _mm_set1_epi32(L'\n');
+    const __m128i cr = _mm_set1_epi32(L'\r');
+    const __m128i quot = _mm_set1_epi32(attributeMode ? L'"' : L'&');
+    while (end - p >= 4) {
+        const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+        const __m128i hits = _mm_or_si128(
+            _mm_or_si128(_mm_or_si128(_mm_cmpeq_epi32(v, amp), _mm_cmpeq_epi32(v, lt)),
+                         _mm_or_si128(_mm_cmpeq_epi32(v, gt), _mm_cmpeq_epi32(v, quot))),
+            _mm_or_si128(_mm_cmpeq_epi32(v, lf), _mm_cmpeq_epi32(v, cr)));
+        const int mask = _mm_movemask_epi8(hits);
+        if (mask != 0) {
+            return p + __builtin_ctz(static_cast<unsigned>(mask)) / 4;
+        }
+        p += 4;
+    }
+#endif
+    for (; p != end; ++p) {
+        const auto c = static_cast<uint32_t>(*p);
+        if (c < 0x40 && table[c] != Keep) {
+            break;
+        }
+    }
+    return p;
+}
+
+} // namespace
+
+// Copies runs of characters that need no escaping in one piece each.
 void CXmlTextWriter::WriteEscaped(const wchar_t* text, bool attributeMode)
 {
     const unsigned char* table = attributeMode ? kEscape.attribute : kEscape.text;
+    const wchar_t* const end = text + std::wcslen(text);
     const wchar_t* run = text;
-    const wchar_t* p = text;
-    for (;; ++p) {
-        const wchar_t c = *p;
-        if (static_cast<uint32_t>(c) >= 0x40) {
-            continue;
-        }
-        if (c == L'\0') {
+    for (;;) {
+        const wchar_t* p = FindSpecial(run, end, table, attributeMode);
+        Put(run, static_cast<size_t>(p - run));
+        if (p == end) {
             break;
         }
-        const unsigned char action = table[c];
-        if (action == Keep) {
-            continue;
-        }
-        Put(m_pStream, run, p);
         run = p + 1;
-        switch (action) {
+        switch (table[*p]) {
         case Amp:
-            m_pStream->Write(L"&amp;", 5);
+            Put(L"&amp;", 5);
             break;
         case Lt:
-            m_pStream->Write(L"&lt;", 4);
+            Put(L"&lt;", 4);
             break;
         case Gt:
-            m_pStream->Write(L"&gt;", 4);
+            Put(L"&gt;", 4);
             break;
         case Quot:
-            m_pStream->Write(L"&quot;", 6);
+            Put(L"&quot;", 6);
             break;
         case LineFeedText:
-            m_pStream->Write(m_strEOLChars);
+            Put(m_strEOLChars);
             break;
         case LineFeedAttr:
-            m_pStream->Write(L"&#xA;", 5);
+            Put(L"&#xA;", 5);
             break;
         default: // Drop
             break;
         }
     }
-    Put(m_pStream, run, p);
 }
 
 void CXmlTextWriter::WriteIndent(int32_t depth)
 {
     for (int32_t i = 0; i < depth; ++i) {
-        m_pStream->Write(m_strIndentChars);
+        Put(m_strIndentChars);
     }
 }
 
 void CXmlTextWriter::WriteNamespaceDeclaration(const std::wstring& prefix,
                                                const std::wstring& namespaceUri)
 {
-    m_pStream->Write(L"xmlns:", 6);
-    m_pStream->Write(prefix);
-    m_pStream->Write(L"=\"", 2);
+    Put(L"xmlns:", 6);
+    Put(prefix);
+    Put(L"=\"", 2);
     WriteEscaped(namespaceUri.c_str(), true);
-    m_pStream->Write(L'"');
+    Put(L'"');
 }
 
 void CXmlTextWriter::CloseParentStartTag()
@@ -192,29 +265,29 @@ void CXmlTextWriter::CloseParentStartTag()
     m_pContext->IncrementChildCount();
     if (m_pContext->IsStartTagOpen()) {
         m_pContext->SetStartTagOpen(false);
-        m_pStream->Write(L'>');
+        Put(L'>');
         if (m_bFormatting) {
-            m_pStream->Write(m_strEOLChars);
+            Put(m_strEOLChars);
         }
     }
 }
 
 void CXmlTextWriter::WriteXmlDeclaration()
 {
-    m_pStream->Write(L"<?xml version=\"1.0\"");
+    Put(L"<?xml version=\"1.0\"", 19);
     switch (m_pStream->GetEncoding()) {
     case XmlEncoding_UTF8:
-        m_pStream->Write(L" encoding=\"UTF-8\"");
+        Put(L" encoding=\"UTF-8\"", 17);
         break;
     case XmlEncoding_UTF16:
-        m_pStream->Write(L" encoding=\"UTF-16\"");
+        Put(L" encoding=\"UTF-16\"", 18);
         break;
     default: // UTF-16 without a name in the declaration, or unknown
         break;
     }
-    m_pStream->Write(L"?>", 2);
-    m_pStream->Write(m_strEOLChars);
-    FlushIfFull();
+    Put(L"?>", 2);
+    Put(m_strEOLChars);
+    EndConstruct();
 }
 
 void CXmlTextWriter::WriteHeadedDirective(const wchar_t* text)
@@ -222,35 +295,35 @@ void CXmlTextWriter::WriteHeadedDirective(const wchar_t* text)
     if (m_pContext) {
         throw CVxException(kMsgHeadedDirective);
     }
-    m_pStream->Write(OrEmpty(text));
-    m_pStream->Write(m_strEOLChars);
-    FlushIfFull();
+    PutText(text);
+    Put(m_strEOLChars);
+    EndConstruct();
 }
 
 void CXmlTextWriter::WriteComment(const wchar_t* text)
 {
-    m_pStream->Write(L"<!--", 4);
+    Put(L"<!--", 4);
     WriteEscaped(OrEmpty(text), false);
-    m_pStream->Write(L"-->", 3);
-    m_pStream->Write(m_strEOLChars);
-    FlushIfFull();
+    Put(L"-->", 3);
+    Put(m_strEOLChars);
+    EndConstruct();
 }
 
 void CXmlTextWriter::WriteRawBlock(const wchar_t* text)
 {
-    m_pStream->Write(OrEmpty(text));
-    m_pStream->Write(m_strEOLChars);
-    m_pStream->Write(m_strEOLChars);
-    FlushIfFull();
+    PutText(text);
+    Put(m_strEOLChars);
+    Put(m_strEOLChars);
+    EndConstruct();
 }
 
 void CXmlTextWriter::WriteRawLine(const wchar_t* text)
 {
-    m_pStream->Write(L' ');
-    m_pStream->Write(m_strEOLChars);
-    m_pStream->Write(OrEmpty(text));
-    m_pStream->Write(m_strEOLChars);
-    FlushIfFull();
+    Put(L' ');
+    Put(m_strEOLChars);
+    PutText(text);
+    Put(m_strEOLChars);
+    EndConstruct();
 }
 
 void CXmlTextWriter::StartElement(const wchar_t* localName, const wchar_t* namespaceUri)
@@ -260,17 +333,15 @@ void CXmlTextWriter::StartElement(const wchar_t* localName, const wchar_t* names
     }
     CXmlWriterContext* context = PushContext(localName, namespaceUri);
     const auto depth = static_cast<size_t>(context->GetDepth());
-    if (m_endTags.size() <= depth) {
-        m_endTags.resize(depth + 1);
+    if (m_elementPrefixes.size() <= depth) {
+        m_elementPrefixes.resize(depth + 1);
     }
-    std::wstring& endTag = m_endTags[depth];
+    std::wstring& elementPrefix = m_elementPrefixes[depth];
 
     const std::wstring& uri = context->GetNamespaceUri();
-    const std::wstring& local = context->GetLocalName();
-    const std::wstring* prefix = nullptr;
     const std::wstring* declare = nullptr;
     if (!uri.empty() && uri != context->GetDefaultNamespace()) {
-        prefix = context->FindPrefix(uri);
+        const std::wstring* prefix = context->FindPrefix(uri);
         // An empty prefix cannot name a namespace other than the default
         // one, so it is treated as no prefix at all.
         if (prefix == nullptr || prefix->empty()) {
@@ -278,49 +349,42 @@ void CXmlTextWriter::StartElement(const wchar_t* localName, const wchar_t* names
             prefix = context->FindPrefix(uri);
             declare = prefix;
         }
+        elementPrefix = *prefix;
+    } else {
+        elementPrefix.clear();
     }
-    // "</" [prefix ":"] name ">" in one pass over a buffer that keeps its
-    // capacity from element to element.
-    const size_t prefixLength = prefix ? prefix->size() + 1 : 0;
-    endTag.resize(3 + prefixLength + local.size());
-    wchar_t* out = endTag.data();
-    *out++ = L'<';
-    *out++ = L'/';
-    if (prefix) {
-        out = std::wmemcpy(out, prefix->data(), prefix->size()) + prefix->size();
-        *out++ = L':';
-    }
-    out = std::wmemcpy(out, local.data(), local.size()) + local.size();
-    *out = L'>';
 
     if (m_bFormatting) {
         WriteIndent(context->GetDepth());
     }
-    m_pStream->Write(L'<');
-    // The qualified name is the end tag without "</" and ">".
-    m_pStream->Write(endTag.data() + 2, static_cast<uint32_t>(endTag.size() - 3));
+    Put(L'<');
+    if (!elementPrefix.empty()) {
+        Put(elementPrefix);
+        Put(L':');
+    }
+    Put(context->GetLocalName());
     if (declare) {
-        m_pStream->Write(L' ');
+        Put(L' ');
         WriteNamespaceDeclaration(*declare, uri);
     }
 
     if (context->GetParent() == nullptr) {
         // Everything set up before the root is declared on the root.
         if (!m_strDefaultNamespace.empty()) {
-            m_pStream->Write(L" xmlns=\"", 8);
+            Put(L" xmlns=\"", 8);
             WriteEscaped(m_strDefaultNamespace.c_str(), true);
-            m_pStream->Write(L'"');
+            Put(L'"');
         }
         const std::wstring xmlUri(XmlNamespaceUri);
         for (const auto& [aliasUri, aliasPrefix] : m_mapNamespaceAlias) {
             if (aliasUri.compare(0, xmlUri.size(), xmlUri) == 0) {
                 continue; // the xml prefix is bound by XML itself
             }
-            m_pStream->Write(L' ');
+            Put(L' ');
             WriteNamespaceDeclaration(aliasPrefix, aliasUri);
         }
     }
-    FlushIfFull();
+    EndConstruct();
 }
 
 void CXmlTextWriter::WriteElementText(const wchar_t* text, ItemType /*itemType*/,
@@ -336,15 +400,15 @@ void CXmlTextWriter::WriteElementText(const wchar_t* text, ItemType /*itemType*/
         return;
     }
     if (m_pContext->IsStartTagOpen()) {
-        m_pStream->Write(L'>');
+        Put(L'>');
         m_pContext->SetStartTagOpen(false);
     }
     if (text[0] == L'<' && std::wcsncmp(text, L"<![CDATA[", 9) == 0) {
-        m_pStream->Write(text);
+        PutText(text);
     } else {
         WriteEscaped(text, false);
     }
-    FlushIfFull();
+    EndConstruct();
 }
 
 void CXmlTextWriter::EndElement()
@@ -353,17 +417,24 @@ void CXmlTextWriter::EndElement()
         throw CVxInvalidStateException(kMsgNoElementOpen);
     }
     if (m_pContext->IsStartTagOpen()) {
-        m_pStream->Write(L"/>", 2);
+        Put(L"/>", 2);
     } else {
         if (m_bFormatting && m_pContext->GetChildCount() > 0) {
             WriteIndent(m_pContext->GetDepth());
         }
-        m_pStream->Write(m_endTags[static_cast<size_t>(m_pContext->GetDepth())]);
+        const std::wstring& prefix = m_elementPrefixes[static_cast<size_t>(m_pContext->GetDepth())];
+        Put(L"</", 2);
+        if (!prefix.empty()) {
+            Put(prefix);
+            Put(L':');
+        }
+        Put(m_pContext->GetLocalName());
+        Put(L'>');
     }
     if (m_bFormatting) {
-        m_pStream->Write(m_strEOLChars);
+        Put(m_strEOLChars);
     }
-    FlushIfFull();
+    EndConstruct();
     PopContext();
 }
 
@@ -376,26 +447,24 @@ void CXmlTextWriter::WriteAttribute(const wchar_t* localName, const wchar_t* nam
     if (!m_pContext->IsStartTagOpen()) {
         throw CVxException(kMsgAttributesFirst);
     }
-    // ' [prefix:]name="' is put together first and appended in one piece.
-    m_strScratch.assign(1, L' ');
+    Put(L' ');
     if (!IsEmpty(namespaceUri)) {
         m_strScratchUri.assign(namespaceUri);
-        const std::wstring* known = m_pContext->FindPrefix(m_strScratchUri);
-        if (known == nullptr || known->empty()) {
+        const std::wstring* prefix = m_pContext->FindPrefix(m_strScratchUri);
+        if (prefix == nullptr || prefix->empty()) {
             m_pContext->AddNamespace(GeneratePrefix(), m_strScratchUri);
-            known = m_pContext->FindPrefix(m_strScratchUri);
-            m_pStream->Write(L' ');
-            WriteNamespaceDeclaration(*known, m_strScratchUri);
+            prefix = m_pContext->FindPrefix(m_strScratchUri);
+            WriteNamespaceDeclaration(*prefix, m_strScratchUri);
+            Put(L' ');
         }
-        m_strScratch += *known;
-        m_strScratch += L':';
+        Put(*prefix);
+        Put(L':');
     }
-    m_strScratch += OrEmpty(localName);
-    m_strScratch += L"=\"";
-    m_pStream->Write(m_strScratch);
+    PutText(localName);
+    Put(L"=\"", 2);
     WriteEscaped(OrEmpty(value), true);
-    m_pStream->Write(L'"');
-    FlushIfFull();
+    Put(L'"');
+    EndConstruct();
 }
 
 void CXmlTextWriter::WriteXsiType(const wchar_t* typeNamespaceUri, const wchar_t* typeLocalName,
@@ -415,9 +484,9 @@ void CXmlTextWriter::WriteXsiType(const wchar_t* typeNamespaceUri, const wchar_t
             m_pContext->AddNamespace(prefix, typeUri);
             // The attribute below brings its own leading space, so two
             // spaces separate this declaration from it.
-            m_pStream->Write(L' ');
+            Put(L' ');
             WriteNamespaceDeclaration(prefix, typeUri);
-            m_pStream->Write(L' ');
+            Put(L' ');
         }
         std::wstring value = prefix + L':' + OrEmpty(typeLocalName);
         WriteAttribute(L"type", XsiNamespaceUri, value.c_str(), itemType);

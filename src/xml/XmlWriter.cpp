@@ -1,4 +1,5 @@
 #include <cassert>
+#include <cwchar>
 #include <vxxml/Exceptions.h>
 #include <vxxml/XmlWriter.h>
 
@@ -10,6 +11,16 @@ const wchar_t* const CXmlWriter::XmlnsNamespaceUri = L"http://www.w3.org/2000/xm
 
 namespace {
 const std::wstring g_strEmpty;
+
+// Reused contexts keep their strings' capacity; clear and append copy into
+// it without the general replace path of assign.
+void CopyText(std::wstring& target, const wchar_t* text)
+{
+    target.clear();
+    if (text) {
+        target.append(text, std::wcslen(text));
+    }
+}
 } // namespace
 
 // ---------------------------------------------------------------------------
@@ -28,8 +39,8 @@ void CXmlWriter::CXmlWriterContext::Init(CXmlWriterContext* parent, const wchar_
 {
     m_dwChildCount = 0;
     m_bStartTagOpen = true;
-    m_strNamespaceUri.assign(namespaceUri ? namespaceUri : L"");
-    m_strLocalName.assign(localName ? localName : L"");
+    CopyText(m_strNamespaceUri, namespaceUri);
+    CopyText(m_strLocalName, localName);
     m_pParent = parent;
     m_dwContentHint = 0;
     if (parent) {

@@ -198,7 +198,9 @@ struct WriterSettings
     XmlEncoding encoding;
 };
 
-std::wstring WriteDocument(const Document& doc, const WriterSettings& settings)
+// The document as bytes in the settings' encoding, as the library's output
+// operations produce them.
+CBinaryData WriteDocument(const Document& doc, const WriterSettings& settings)
 {
     CTextStream stream(settings.encoding);
     CXmlTextWriter writer(&stream);
@@ -216,31 +218,7 @@ std::wstring WriteDocument(const Document& doc, const WriterSettings& settings)
     }
     WriteNode(writer, doc.root, settings.formatting);
     writer.EndDocument();
-    return stream.GetText();
-}
-
-std::string ToUtf8(const std::wstring& text)
-{
-    std::string out;
-    for (wchar_t wc : text) {
-        const auto c = static_cast<uint32_t>(wc);
-        if (c < 0x80) {
-            out += static_cast<char>(c);
-        } else if (c < 0x800) {
-            out += static_cast<char>(0xC0 | (c >> 6));
-            out += static_cast<char>(0x80 | (c & 0x3F));
-        } else if (c < 0x10000) {
-            out += static_cast<char>(0xE0 | (c >> 12));
-            out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
-            out += static_cast<char>(0x80 | (c & 0x3F));
-        } else {
-            out += static_cast<char>(0xF0 | (c >> 18));
-            out += static_cast<char>(0x80 | ((c >> 12) & 0x3F));
-            out += static_cast<char>(0x80 | ((c >> 6) & 0x3F));
-            out += static_cast<char>(0x80 | (c & 0x3F));
-        }
-    }
-    return out;
+    return stream.ToBytes();
 }
 
 // A scratch directory removed with everything in it.
@@ -295,19 +273,19 @@ TEST(XmlWriterOracle, RandomTreesAreWellFormedForXmllint)
     RequireXmllint(dir.path);
 
     const WriterSettings settings[] = {
-        {true, EOL_LF, L"\t", XmlEncoding_UTF8},
-        {true, EOL_CRLF, L"  ", XmlEncoding_UTF8},
-        {false, EOL_LF, L"\t", XmlEncoding_UTF8},
-        {false, EOL_CRLF, L"", XmlEncoding_UTF8},
+        {true, EOL_LF, L"\t", XmlEncoding_UTF8},  {true, EOL_CRLF, L"  ", XmlEncoding_UTF8},
+        {false, EOL_LF, L"\t", XmlEncoding_UTF8}, {false, EOL_CRLF, L"", XmlEncoding_UTF8},
+        {true, EOL_LF, L" ", XmlEncoding_UTF16},  {false, EOL_LF, L"\t", XmlEncoding_UTF16_NoDecl},
     };
     TreeGenerator generator(20261121);
     std::string files;
     int written = 0;
     for (int i = 0; i < 200; ++i) {
         const Document doc = generator.Make();
-        const std::wstring text = WriteDocument(doc, settings[i % std::size(settings)]);
+        const CBinaryData bytes = WriteDocument(doc, settings[i % std::size(settings)]);
         const fs::path file = dir.path / ("doc" + std::to_string(i) + ".xml");
-        std::ofstream(file, std::ios::binary) << ToUtf8(text);
+        std::ofstream(file, std::ios::binary)
+            .write(reinterpret_cast<const char*>(bytes.GetData()), bytes.GetLength());
         files += " '" + file.string() + "'";
         ++written;
     }

@@ -151,6 +151,12 @@ protected:
 
 private:
     friend class CDecimal;
+    // An integer with no digits yet, for code that fills them in at once;
+    // it saves allocating the zero digit that is about to be replaced.
+    struct NoDigits
+    {
+    };
+    explicit CBigInteger(NoDigits) noexcept {}
     // Makes zero positive after an operation.
     void Normalize() noexcept;
 

@@ -1,7 +1,6 @@
 // An intrusive counted pointer over AddRef/Release.
 #pragma once
 
-#include <cstddef>
 #include <type_traits>
 #include <utility>
 
@@ -15,6 +14,7 @@ namespace VxXmlLib16 {
 //     CSmartPtr<CMyClass> p(new CMyClass); // count 1
 //     CSmartPtr<CMyClass> q = p;           // count 2
 //
+// Null may be written as nullptr, NULL or 0 (the T* overloads take all three).
 // The pointer converts implicitly to T*, so it can be handed to every
 // library call that takes a raw object pointer; such calls never take over
 // the caller's reference. Attach and Detach move a reference in or out
@@ -25,7 +25,6 @@ public:
     using element_type = T;
 
     CSmartPtr() noexcept = default;
-    CSmartPtr(std::nullptr_t) noexcept {}
     CSmartPtr(T* p) noexcept : m_p(p) { AddRefIfSet(); }
     CSmartPtr(const CSmartPtr& other) noexcept : m_p(other.m_p) { AddRefIfSet(); }
     CSmartPtr(CSmartPtr&& other) noexcept : m_p(std::exchange(other.m_p, nullptr)) {}
@@ -71,11 +70,6 @@ public:
     CSmartPtr& operator=(T* p) noexcept
     {
         CSmartPtr(p).Swap(*this);
-        return *this;
-    }
-    CSmartPtr& operator=(std::nullptr_t) noexcept
-    {
-        Reset();
         return *this;
     }
 

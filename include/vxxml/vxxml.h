@@ -1,20 +1,31 @@
 // The one header an application includes to use vxxml.
 #pragma once
 
+#include <vxxml/Base64.h>
 #include <vxxml/BigInteger.h>
+#include <vxxml/BinaryData.h>
+#include <vxxml/BinaryStream.h>
+#include <vxxml/Conversions.h>
 #include <vxxml/CriticalSection.h>
 #include <vxxml/DateTime.h>
 #include <vxxml/DateTimeSpan.h>
 #include <vxxml/Decimal.h>
+#include <vxxml/Encoder.h>
 #include <vxxml/EventSink.h>
 #include <vxxml/Exceptions.h>
 #include <vxxml/Export.h>
 #include <vxxml/FormatString.h>
 #include <vxxml/InstanceMonitor.h>
+#include <vxxml/ItemType.h>
 #include <vxxml/NamespaceAliasMap.h>
 #include <vxxml/Nillable.h>
 #include <vxxml/SerializationContext.h>
 #include <vxxml/SmartPtr.h>
+#include <vxxml/StringBuffer.h>
+#include <vxxml/TextStream.h>
+#include <vxxml/VxZip.h>
+#include <vxxml/WhitespaceUtils.h>
+#include <vxxml/XmlEncoding.h>
 #include <vxxml/XmlGeneratedClass.h>
 #include <vxxml/XmlObjectBase.h>
 #include <vxxml/XmlTextWriter.h>

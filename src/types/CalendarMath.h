@@ -116,8 +116,40 @@ inline size_t ParseFractionDigits(std::wstring_view text, size_t pos, uint64_t& 
     return count;
 }
 
+// A fixed buffer for building the short texts of these values; formatting
+// into it and copying once is much cheaper than growing a wide string one
+// character at a time. Large enough for the longest duration text (about 140
+// characters).
+class TextBuilder
+{
+public:
+    TextBuilder& operator+=(wchar_t c)
+    {
+        m_text[m_length++] = c;
+        return *this;
+    }
+    TextBuilder& operator+=(const wchar_t* text)
+    {
+        while (*text) {
+            m_text[m_length++] = *text++;
+        }
+        return *this;
+    }
+    void append(const wchar_t* text, size_t count)
+    {
+        for (size_t i = 0; i < count; ++i) {
+            m_text[m_length++] = text[i];
+        }
+    }
+    std::wstring str() const { return std::wstring(m_text, m_length); }
+
+private:
+    wchar_t m_text[192];
+    size_t m_length = 0;
+};
+
 // Appends ".ddd" for a non-zero fraction, without trailing zeros.
-inline void AppendFraction(std::wstring& out, uint64_t fraction)
+template <typename Out> void AppendFraction(Out& out, uint64_t fraction)
 {
     if (fraction == 0) {
         return;
@@ -136,7 +168,7 @@ inline void AppendFraction(std::wstring& out, uint64_t fraction)
 }
 
 // Appends value in decimal, left-padded with zeros to at least minWidth digits.
-inline void AppendUnsigned(std::wstring& out, uint64_t value, int minWidth = 1)
+template <typename Out> void AppendUnsigned(Out& out, uint64_t value, int minWidth = 1)
 {
     wchar_t digits[24];
     int length = 0;

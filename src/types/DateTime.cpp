@@ -442,19 +442,14 @@ CDateTime CDateTime::FromString(std::wstring_view text, DateTimeType type)
     shaped = shaped && in.ReadTimezone(parts.hasTimezone, parts.timezone, parts.timezoneInRange) &&
              in.AtEnd();
 
-    const std::wstring quoted(text);
-    if (!shaped) {
-        throw CVxInvalidValueException(
-            FormatString(kMsgBadText, quoted.c_str(), SchemaName(type), FormReason(type)));
-    }
     parts.month = month;
     parts.day = day;
     parts.hour = hour;
     parts.minute = minute;
     parts.second = second;
-
     CDateTime value;
-    if (const wchar_t* reason = FromParts(type, parts, value)) {
+    if (const wchar_t* reason = shaped ? FromParts(type, parts, value) : FormReason(type)) {
+        const std::wstring quoted(text);
         throw CVxInvalidValueException(
             FormatString(kMsgBadText, quoted.c_str(), SchemaName(type), reason));
     }
@@ -463,8 +458,7 @@ CDateTime CDateTime::FromString(std::wstring_view text, DateTimeType type)
 
 std::wstring CDateTime::ToString() const
 {
-    std::wstring out;
-    out.reserve(48);
+    detail::TextBuilder out;
     if (TypeHasYear(m_eType)) {
         if (m_nYear < 0) {
             out += L'-';
@@ -505,7 +499,7 @@ std::wstring CDateTime::ToString() const
             detail::AppendUnsigned(out, static_cast<uint64_t>(magnitude % 60), 2);
         }
     }
-    return out;
+    return out.str();
 }
 
 const wchar_t* CDateTime::GetTypeName(DateTimeType type)

@@ -202,8 +202,7 @@ std::wstring CDateTimeSpan::ToString() const
     if (IsZero()) {
         return L"PT0S";
     }
-    std::wstring out;
-    out.reserve(48);
+    detail::TextBuilder out;
     out += m_bNegative ? L"-P" : L"P";
     const auto field = [&out](int64_t value, wchar_t designator) {
         if (value != 0) {
@@ -224,7 +223,7 @@ std::wstring CDateTimeSpan::ToString() const
             out += L'S';
         }
     }
-    return out;
+    return out.str();
 }
 
 bool CDateTimeSpan::IsZero() const

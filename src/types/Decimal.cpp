@@ -89,6 +89,7 @@ CDecimal::CDecimal(unsigned long value) : m_biInteger(value) {}
 CDecimal::CDecimal(unsigned long long value) : m_biInteger(value) {}
 
 CDecimal::CDecimal(double value)
+    : m_biInteger(CBigInteger::NoDigits{}), m_biFraction(CBigInteger::NoDigits{})
 {
     if (!std::isfinite(value)) {
         throw CVxInvalidValueException(NumberMessages::NotFinite(value));
@@ -101,11 +102,13 @@ CDecimal::CDecimal(double value)
 }
 
 CDecimal::CDecimal(const wchar_t* text)
+    : m_biInteger(CBigInteger::NoDigits{}), m_biFraction(CBigInteger::NoDigits{})
 {
     Parse(text, text ? std::wcslen(text) : 0);
 }
 
 CDecimal::CDecimal(const wchar_t* text, size_t length)
+    : m_biInteger(CBigInteger::NoDigits{}), m_biFraction(CBigInteger::NoDigits{})
 {
     Parse(text, length);
 }
@@ -249,7 +252,8 @@ std::wstring CDecimal::ToString() const
     const bool negative = Signum() < 0;
     const Digits& whole = m_biInteger.m_vecDigits;
     if (m_biFraction.IsZero()) {
-        return negative ? m_biInteger.ToString() : m_biInteger.GetAbs().ToString();
+        // The integer part carries the sign, and a zero value is never negative.
+        return m_biInteger.ToString();
     }
     std::wstring out((negative ? 1 : 0) + whole.size() + 1 + static_cast<size_t>(m_lDivider), L'0');
     auto pos = out.begin();

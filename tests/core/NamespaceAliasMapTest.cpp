@@ -72,19 +72,3 @@ TEST(NamespaceAliasMap, SharedAliasResolvesToTheFirstNamespaceInUriOrder)
     EXPECT_THROW_MSG(map.GetNamespaceFromAlias(L"nope"), CVxException,
                      L"Namespace alias [nope] not found");
 }
-
-TEST(NamespaceAliasMap, CopiesAreIndependent)
-{
-    CNamespaceAliasMap source;
-    source.Add(L"a", L"urn:a");
-    CNamespaceAliasMap copy(source);
-    copy.Add(L"b", L"urn:b");
-    source.Add(L"c", L"urn:a");
-    EXPECT_EQ(source.GetNamespaceCount(), 1);
-    EXPECT_EQ(copy.GetNamespaceCount(), 2);
-    EXPECT_EQ(copy.GetAliasFromNamespace(L"urn:a"), L"a");
-
-    copy = source;
-    EXPECT_EQ(Namespaces(copy), std::vector<std::wstring>{L"urn:a"});
-    EXPECT_EQ(copy.GetAliasFromNamespace(L"urn:a"), L"c");
-}

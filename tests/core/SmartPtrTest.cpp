@@ -1,5 +1,6 @@
 #include "core/TestObjects.h"
 
+#include <cstddef>
 #include <gtest/gtest.h>
 #include <thread>
 #include <vector>
@@ -44,8 +45,11 @@ TEST(SmartPtr, ConstructionCopyAndMoveCountReferences)
 
     CSmartPtr<CTestObject> empty;
     CSmartPtr<CTestObject> fromNull(nullptr);
+    CSmartPtr<CTestObject> fromNULL = NULL; // older generated code writes null this way
+    fromNULL = 0;
     EXPECT_FALSE(empty);
     EXPECT_TRUE(fromNull == nullptr);
+    EXPECT_TRUE(fromNULL == NULL);
 }
 
 TEST(SmartPtr, AssignmentReleasesTheOldObjectAndKeepsTheNew)

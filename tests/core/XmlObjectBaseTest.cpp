@@ -2,7 +2,6 @@
 #include "core/TestObjects.h"
 
 #include <vector>
-#include <vxxml/XmlGeneratedClass.h>
 
 using namespace VxXmlLib16;
 using VxTest::CTestObject;
@@ -54,16 +53,6 @@ TEST(XmlObjectBase, CopyIsANewObjectAndAssignmentKeepsEachCount)
 
     target.Reset();
     EXPECT_EQ(destroyed, 1);
-}
-
-TEST(XmlObjectBase, ElementNameTreatsNullAsEmpty)
-{
-    CTestObject object(nullptr, nullptr);
-    EXPECT_EQ(object.GetElementName(), L"");
-    object.SetElementName(L"Order");
-    EXPECT_EQ(object.GetElementName(), L"Order");
-    object.SetElementName(nullptr);
-    EXPECT_EQ(object.GetElementName(), L"");
 }
 
 TEST(XmlObjectBase, PropertyChecksThrowTheirMessages)
@@ -272,55 +261,4 @@ TEST(XmlObjectBase, FireHelpersDeliverEachMessageToTheSink)
     // A bound object is a sink that ignores messages unless it overrides OnEvent.
     CTestObject owner;
     CTestObject::FireOnCollectionRemoveEvent(&owner, &collection, 1);
-}
-
-namespace {
-
-class CGenerated : public CXmlGeneratedClass
-{
-public:
-    explicit CGenerated(VxXmlLib16Data::CElementInfo** elements)
-        : CXmlGeneratedClass(L"Generated"), m_elements(elements)
-    {
-    }
-    CXmlObjectBase* GetBase() override { return this; }
-    std::wstring GetTargetNamespace() const override { return L""; }
-    std::wstring GetNamespace() const override { return L""; }
-    void AttributesToXml_Int(CXmlWriter*, const CSerializationContext&) const override {}
-    void ToXml_Int(CXmlWriter*, bool, const wchar_t*, const CSerializationContext&,
-                   bool) const override
-    {
-    }
-    CXmlElement* FromXml_Int(CXmlElement*, CXmlElement* firstChild, const CSerializationContext&,
-                             bool) override
-    {
-        return firstChild;
-    }
-    void AccessProperty(int, bool, VxVariant&) override {}
-    VxXmlLib16Data::CParentElementInfo* GetClassInfo() const override { return nullptr; }
-    VxXmlLib16Data::CElementInfo** GetClassElementInfo() const override { return m_elements; }
-    VxXmlLib16Data::CAttributeInfo** GetClassAttributeInfo() const override { return nullptr; }
-    void Init() override {}
-
-private:
-    VxXmlLib16Data::CElementInfo** m_elements;
-};
-
-} // namespace
-
-TEST(XmlGeneratedClass, ElementInfoCountStopsAtTheNullEntry)
-{
-    // The entries are only counted, never used, so any distinct addresses do.
-    int a = 0, b = 0;
-    auto* first = reinterpret_cast<VxXmlLib16Data::CElementInfo*>(&a);
-    auto* second = reinterpret_cast<VxXmlLib16Data::CElementInfo*>(&b);
-    VxXmlLib16Data::CElementInfo* two[] = {first, second, nullptr, first};
-    VxXmlLib16Data::CElementInfo* none[] = {nullptr};
-
-    EXPECT_EQ(CGenerated(two).GetClassElementInfoCount(), 2);
-    EXPECT_EQ(CGenerated(none).GetClassElementInfoCount(), 0);
-    EXPECT_EQ(CGenerated(nullptr).GetClassElementInfoCount(), 0);
-
-    CSmartPtr<CXmlObjectBase> held(new CGenerated(two));
-    EXPECT_EQ(held->GetElementName(), L"Generated");
 }

@@ -258,3 +258,40 @@ TEST(DateTimeSpan, SumsAndDifferences)
                      L"The result is too large: its month part or its second part does not fit "
                      L"in 64 bits");
 }
+
+TEST(DateTimeSpan, MutatedTextsParseConsistentlyOrAreRefused)
+{
+    std::mt19937_64 rng(8);
+    const auto uniform = [&](int64_t lo, int64_t hi) {
+        return std::uniform_int_distribution<int64_t>(lo, hi)(rng);
+    };
+    const std::wstring seeds[] = {L"P1Y2M3DT4H5M6.7S", L"-P12DT0.5S", L"PT36H", L"P9Y"};
+    const std::wstring alphabet = L"0123456789-.PTYMDHS";
+    int accepted = 0;
+    for (int i = 0; i < 20000; ++i) {
+        std::wstring text = seeds[i % 4];
+        for (int edits = static_cast<int>(uniform(1, 3)); edits > 0; --edits) {
+            const size_t at = static_cast<size_t>(uniform(0, int64_t(text.size())));
+            const wchar_t c = alphabet[static_cast<size_t>(uniform(0, 18))];
+            switch (uniform(0, 2)) {
+            case 0:
+                text.insert(at, 1, c);
+                break;
+            case 1:
+                text.erase(at, 1);
+                break;
+            default:
+                text.replace(at, 1, 1, c);
+                break;
+            }
+        }
+        try {
+            const CDateTimeSpan span = Span(text.c_str());
+            ++accepted;
+            ASSERT_EQ(Span(span.ToString().c_str()).ToString(), span.ToString()) << Narrow(text);
+        } catch (const CVxInvalidValueException& e) {
+            ASSERT_NE(e.GetMessage().find(L"[" + text + L"]"), std::wstring::npos);
+        }
+    }
+    EXPECT_GT(accepted, 1000);
+}

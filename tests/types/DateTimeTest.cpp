@@ -620,3 +620,41 @@ TEST(DateTime, ClockValues)
     EXPECT_EQ(CDateTime::Now(dt_time).GetType(), dt_time);
     EXPECT_THROW(CDateTime::Now(dt_time).GetYear(), CVxInvalidStateException);
 }
+
+TEST(DateTime, MutatedTextsParseConsistentlyOrAreRefused)
+{
+    // Edits of valid texts with the characters the grammar cares about: each
+    // result either is refused with the library's exception or is a value
+    // whose own text reads back to it.
+    SampleMaker maker(11);
+    const std::wstring alphabet = L"0123456789-+:.TZ 9";
+    int accepted = 0;
+    for (int i = 0; i < 20000; ++i) {
+        const DateTimeType type = kAllTypes[i % 5];
+        std::wstring text = maker.Make(type).text;
+        for (int edits = static_cast<int>(maker.Uniform(1, 3)); edits > 0; --edits) {
+            const size_t at = static_cast<size_t>(maker.Uniform(0, int64_t(text.size())));
+            const wchar_t c = alphabet[static_cast<size_t>(maker.Uniform(0, 17))];
+            switch (maker.Uniform(0, 2)) {
+            case 0:
+                text.insert(at, 1, c);
+                break;
+            case 1:
+                text.erase(at, 1);
+                break;
+            default:
+                text.replace(at, 1, 1, c);
+                break;
+            }
+        }
+        try {
+            const CDateTime value = CDateTime::FromString(text, type);
+            ++accepted;
+            ASSERT_EQ(CDateTime::FromString(value.ToString(), type).ToString(), value.ToString())
+                << Narrow(text);
+        } catch (const CVxInvalidValueException& e) {
+            ASSERT_NE(e.GetMessage().find(L"[" + text + L"]"), std::wstring::npos);
+        }
+    }
+    EXPECT_GT(accepted, 1000);
+}

@@ -211,6 +211,24 @@ TEST(DecimalTest, ArithmeticMatchesScaledInt128)
     }
 }
 
+TEST(DecimalTest, ComparisonSeesTheLastPlace)
+{
+    // Neighbours one unit in the last place apart, written with and without
+    // extra trailing zeros, so that only the last digit can decide.
+    std::mt19937_64 rng(4);
+    for (int i = 0; i < 2000; ++i) {
+        const RandomDecimal a = MakeRandom(rng);
+        const int delta = static_cast<int>(rng() % 3) - 1;
+        const int extra = static_cast<int>(rng() % 3);
+        const i128 b = (a.scaled + delta) * Pow10(extra);
+        const CDecimal da(a.text.c_str());
+        const CDecimal db(ScaledText(b, a.places + extra).c_str());
+        ASSERT_EQ(da<db, delta> 0) << Narrow(a.text) << " vs " << Narrow(db.ToString());
+        ASSERT_EQ(da == db, delta == 0);
+        ASSERT_EQ(db > da, delta > 0);
+    }
+}
+
 TEST(DecimalTest, DivisionKeepsTheMaximumPlaces)
 {
     MaxPlacesGuard guard;
@@ -349,4 +367,34 @@ TEST(DecimalTest, HugeInputsStayBounded)
     EXPECT_GT(tiny, CDecimal(L"-1E-10000"));
     EXPECT_EQ(tiny.ToString(3), L"0.000");
     EXPECT_EQ(tiny.ToDouble(), -0.0);
+}
+
+TEST(DecimalTest, ArbitraryTextEitherReadsBackOrThrows)
+{
+    // Texts drawn from the characters the readers care about: each must either
+    // throw the library's exception or give a value whose text reads back to
+    // the same value, for both readers.
+    const std::wstring alphabet = L"0123456789+-.eE \t";
+    std::mt19937_64 rng(5);
+    int accepted = 0;
+    for (int i = 0; i < 6000; ++i) {
+        std::wstring text;
+        const size_t length = rng() % 12;
+        for (size_t k = 0; k < length; ++k) {
+            text += alphabet[rng() % alphabet.size()];
+        }
+        try {
+            const CDecimal value(text.c_str());
+            ASSERT_EQ(CDecimal(value.ToString().c_str()), value) << Narrow(text);
+            ASSERT_EQ(CDecimal(value.ToString().c_str()).ToString(), value.ToString());
+            ++accepted;
+        } catch (const CVxInvalidValueException&) {
+        }
+        try {
+            const CBigInteger value(text.c_str());
+            ASSERT_EQ(CBigInteger(value.ToString().c_str()), value) << Narrow(text);
+        } catch (const CVxInvalidValueException&) {
+        }
+    }
+    EXPECT_GT(accepted, 300) << "the generator should hit valid texts too";
 }

@@ -1,0 +1,213 @@
+#include "xml/StreamMessages.h"
+
+#include <cstring>
+#include <cwchar>
+#include <limits>
+#include <memory>
+#include <vxxml/Encoder.h>
+#include <vxxml/Exceptions.h>
+#include <vxxml/FormatString.h>
+
+namespace VxXmlLib16 {
+
+namespace {
+
+[[noreturn]] void ThrowNotEncodable(uint32_t cp, size_t position)
+{
+    throw CVxException(FormatString(msg::kNotEncodableUtf8, cp, static_cast<unsigned>(position)));
+}
+
+[[noreturn]] void ThrowInvalidUtf8(size_t offset)
+{
+    throw CVxException(FormatString(msg::kInvalidUtf8, static_cast<unsigned>(offset)));
+}
+
+// Length of a valid UTF-8 sequence starting at p (at most `left` bytes
+// available) and its code point; 0 when the sequence is ill-formed. The
+// second-byte ranges after E0, ED, F0 and F4 exclude overlong forms,
+// surrogates and values above U+10FFFF, as Unicode's table of well-formed
+// byte sequences does.
+inline size_t DecodeUtf8(const unsigned char* p, size_t left, uint32_t& cp)
+{
+    const unsigned char lead = p[0];
+    if (lead < 0x80) {
+        cp = lead;
+        return 1;
+    }
+    size_t length;
+    unsigned char low = 0x80;
+    unsigned char high = 0xBF;
+    if (lead >= 0xC2 && lead <= 0xDF) {
+        length = 2;
+        cp = lead & 0x1F;
+    } else if (lead >= 0xE0 && lead <= 0xEF) {
+        length = 3;
+        cp = lead & 0x0F;
+        if (lead == 0xE0) {
+            low = 0xA0;
+        } else if (lead == 0xED) {
+            high = 0x9F;
+        }
+    } else if (lead >= 0xF0 && lead <= 0xF4) {
+        length = 4;
+        cp = lead & 0x07;
+        if (lead == 0xF0) {
+            low = 0x90;
+        } else if (lead == 0xF4) {
+            high = 0x8F;
+        }
+    } else {
+        return 0; // continuation byte, C0/C1 overlong lead, or F5-FF
+    }
+    if (left < length || p[1] < low || p[1] > high) {
+        return 0;
+    }
+    cp = (cp << 6) | (p[1] & 0x3F);
+    for (size_t i = 2; i < length; ++i) {
+        if ((p[i] & 0xC0) != 0x80) {
+            return 0;
+        }
+        cp = (cp << 6) | (p[i] & 0x3F);
+    }
+    return length;
+}
+
+} // namespace
+
+CBinaryData Utf16ToUtf8(const wchar_t* text)
+{
+    return text ? Utf16ToUtf8(text, std::wcslen(text)) : CBinaryData();
+}
+
+CBinaryData Utf16ToUtf8(const wchar_t* text, size_t count)
+{
+    if (text == nullptr || count == 0) {
+        return CBinaryData();
+    }
+    // Measuring pass; pure ASCII needs one byte per character.
+    size_t length = 0;
+    for (size_t i = 0; i < count; ++i) {
+        const auto cp = static_cast<uint32_t>(text[i]);
+        if (cp < 0x80) {
+            length += 1;
+        } else if (cp < 0x800) {
+            length += 2;
+        } else if (cp < 0x10000) {
+            if (cp >= 0xD800 && cp <= 0xDFFF) {
+                ThrowNotEncodable(cp, i);
+            }
+            length += 3;
+        } else if (cp <= 0x10FFFF) {
+            length += 4;
+        } else {
+            ThrowNotEncodable(cp, i);
+        }
+    }
+    if (length > std::numeric_limits<uint32_t>::max()) {
+        throw CVxOverFlowException(L"UTF-8 text exceeds the maximum length of 4294967295 bytes");
+    }
+    auto bytes = std::make_unique_for_overwrite<unsigned char[]>(length);
+    unsigned char* out = bytes.get();
+    if (length == count) {
+        for (size_t i = 0; i < count; ++i) {
+            out[i] = static_cast<unsigned char>(text[i]);
+        }
+    } else {
+        for (size_t i = 0; i < count; ++i) {
+            const auto cp = static_cast<uint32_t>(text[i]);
+            if (cp < 0x80) {
+                *out++ = static_cast<unsigned char>(cp);
+            } else if (cp < 0x800) {
+                *out++ = static_cast<unsigned char>(0xC0 | (cp >> 6));
+                *out++ = static_cast<unsigned char>(0x80 | (cp & 0x3F));
+            } else if (cp < 0x10000) {
+                *out++ = static_cast<unsigned char>(0xE0 | (cp >> 12));
+                *out++ = static_cast<unsigned char>(0x80 | ((cp >> 6) & 0x3F));
+                *out++ = static_cast<unsigned char>(0x80 | (cp & 0x3F));
+            } else {
+                *out++ = static_cast<unsigned char>(0xF0 | (cp >> 18));
+                *out++ = static_cast<unsigned char>(0x80 | ((cp >> 12) & 0x3F));
+                *out++ = static_cast<unsigned char>(0x80 | ((cp >> 6) & 0x3F));
+                *out++ = static_cast<unsigned char>(0x80 | (cp & 0x3F));
+            }
+        }
+    }
+    CBinaryData result(bytes.get(), static_cast<uint32_t>(length), true);
+    bytes.release();
+    return result;
+}
+
+std::wstring Utf8ToUtf16(const unsigned char* bytes, uint32_t length)
+{
+    std::wstring text;
+    if (bytes == nullptr || length == 0) {
+        return text;
+    }
+    // Measuring pass that also validates, so that a bad sequence is reported
+    // before anything is built; ASCII runs skip the decoder.
+    size_t count = 0;
+    size_t i = 0;
+    while (i < length) {
+        if (bytes[i] < 0x80) {
+            ++i;
+        } else {
+            uint32_t cp = 0;
+            const size_t n = DecodeUtf8(bytes + i, length - i, cp);
+            if (n == 0) {
+                ThrowInvalidUtf8(i);
+            }
+            i += n;
+        }
+        ++count;
+    }
+    text.resize(count);
+    wchar_t* out = text.data();
+    if (count == length) {
+        for (i = 0; i < length; ++i) {
+            out[i] = static_cast<wchar_t>(bytes[i]);
+        }
+        return text;
+    }
+    i = 0;
+    while (i < length) {
+        uint32_t cp = 0;
+        i += DecodeUtf8(bytes + i, length - i, cp);
+        *out++ = static_cast<wchar_t>(cp);
+    }
+    return text;
+}
+
+std::wstring BytesToWString(const unsigned char* bytes, int32_t count)
+{
+    std::wstring text;
+    if (count < 0) {
+        throw CVxInvalidParamException(FormatString(msg::kNegativeCount, count));
+    }
+    if (bytes == nullptr || count == 0) {
+        return text;
+    }
+    if (count % 2 != 0) {
+        throw CVxException(FormatString(msg::kOddUtf16, count));
+    }
+    const size_t units = static_cast<size_t>(count) / 2;
+    text.resize(units);
+    wchar_t* out = text.data();
+    size_t i = 0;
+    while (i < units) {
+        const uint32_t unit = bytes[2 * i] | (uint32_t{bytes[2 * i + 1]} << 8);
+        ++i;
+        if (unit >= 0xD800 && unit <= 0xDBFF && i < units) {
+            const uint32_t next = bytes[2 * i] | (uint32_t{bytes[2 * i + 1]} << 8);
+            if (next >= 0xDC00 && next <= 0xDFFF) {
+                *out++ = static_cast<wchar_t>(0x10000 + ((unit - 0xD800) << 10) + (next - 0xDC00));
+                ++i;
+                continue;
+            }
+        }
+        *out++ = static_cast<wchar_t>(unit);
+    }
+    text.resize(static_cast<size_t>(out - text.data()));
+    return text;
+}
+
+} // namespace VxXmlLib16

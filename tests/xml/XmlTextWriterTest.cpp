@@ -1,6 +1,9 @@
 #include "TestHelpers.h"
 
+#include <cstdio>
+#include <fstream>
 #include <functional>
+#include <iterator>
 #include <string>
 #include <vector>
 #include <vxxml/TextStream.h>
@@ -481,4 +484,50 @@ TEST(XmlTextWriter, ContentHintIsKeptPerElement)
     f.writer.EndElement();
     EXPECT_EQ(f.writer.GetCurrentContext()->GetContentHint(), 1u);
     EXPECT_EQ(f.writer.GetCurrentContext()->GetChildCount(), 1u);
+}
+
+TEST(XmlTextWriter, FileOutputIsWrittenInChunksAndEqualsMemoryOutput)
+{
+    auto write = [](CTextStream& stream, const std::function<void()>& midway) {
+        CXmlTextWriter writer(&stream);
+        writer.StartDocument();
+        writer.WriteXmlDeclaration();
+        writer.StartElement(L"root", L"urn:r");
+        for (int i = 0; i < 20000; ++i) {
+            writer.StartElement(L"item", L"urn:r");
+            writer.WriteAttribute(L"n", L"", std::to_wstring(i).c_str(), ItemType_i4);
+            writer.WriteElementText(L"caf\u00E9 & \U0001F600", ItemType_string, false);
+            writer.EndElement();
+            if (i == 10000) {
+                midway();
+            }
+        }
+        writer.EndElement();
+        writer.EndDocument();
+    };
+    for (XmlEncoding encoding : {XmlEncoding_UTF8, XmlEncoding_UTF16}) {
+        CTextStream memory(encoding);
+        write(memory, [] {});
+        const CBinaryData expected = memory.ToBytes();
+
+        const std::string path = ::testing::TempDir() + "vxxml_writer_chunks.xml";
+        const std::wstring widePath(path.begin(), path.end());
+        CFileTextStream file(widePath.c_str(), encoding);
+        write(file, [&file] {
+            // Halfway through, most of the text is on disk and little is held.
+            EXPECT_GT(file.GetBytesWritten(), 100000u);
+            EXPECT_LT(file.GetLength(), 4096u);
+        });
+        std::ifstream in(path, std::ios::binary);
+        const std::string bytes((std::istreambuf_iterator<char>(in)), {});
+        std::remove(path.c_str());
+        // UTF-16 files start with the byte-order mark, the rest is the same.
+        const size_t bom = encoding == XmlEncoding_UTF16 ? 2 : 0;
+        ASSERT_EQ(bytes.size(), expected.GetLength() + bom) << encoding;
+        EXPECT_EQ(bytes.compare(bom, std::string::npos,
+                                reinterpret_cast<const char*>(expected.GetData()),
+                                expected.GetLength()),
+                  0)
+            << encoding;
+    }
 }

@@ -32,3 +32,5 @@
 #include <vxxml/XmlEncoding.h>
 #include <vxxml/XmlGeneratedClass.h>
 #include <vxxml/XmlObjectBase.h>
+#include <vxxml/XmlTextWriter.h>
+#include <vxxml/XmlWriter.h>

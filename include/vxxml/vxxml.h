@@ -23,8 +23,12 @@
 #include <vxxml/SmartPtr.h>
 #include <vxxml/StringBuffer.h>
 #include <vxxml/TextStream.h>
+#include <vxxml/VxVariant.h>
 #include <vxxml/VxZip.h>
 #include <vxxml/WhitespaceUtils.h>
+#include <vxxml/XmlAttribute.h>
+#include <vxxml/XmlDocument.h>
+#include <vxxml/XmlElement.h>
 #include <vxxml/XmlEncoding.h>
 #include <vxxml/XmlGeneratedClass.h>
 #include <vxxml/XmlObjectBase.h>

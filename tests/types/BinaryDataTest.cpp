@@ -4,7 +4,6 @@
 #include <random>
 #include <thread>
 #include <vector>
-#include <vxxml/Base64.h>
 #include <vxxml/BinaryData.h>
 
 using namespace VxXmlLib16;
@@ -361,14 +360,4 @@ TEST(BinaryData, Base64EdgeCases)
     EXPECT_EQ(d.GetData(), nullptr);
     d.SetAsBase64(L"====");
     EXPECT_EQ(d.GetLength(), 0u);
-}
-
-TEST(BinaryData, Base64CodecKeepsLeftoverBits)
-{
-    CBase64 codec;
-    unsigned char out[8];
-    EXPECT_EQ(codec.Decode(L"YWJjZA", 6, out), 4u);
-    EXPECT_EQ(codec.GetPendingBits(), 4);
-    EXPECT_EQ(CBase64::GetEncodedLength(0), 0u);
-    EXPECT_EQ(CBase64::GetEncodedLength(4), 8u);
 }

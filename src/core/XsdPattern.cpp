@@ -292,6 +292,9 @@ std::wstring EmitSet(const CharSet& set, bool negated, const std::wstring* subtr
 // Groups and class subtractions may nest this deep; PCRE2 has a nesting limit
 // of its own, and the translator recurses once per level.
 constexpr int kMaxNesting = 50;
+// The largest translation (counting the copies PCRE2 makes of repeated
+// groups) accepted: compiling it takes some tens of megabytes at most.
+constexpr uint64_t kMaxWeight = 2000000;
 // The largest repeat count PCRE2 accepts.
 constexpr unsigned long kMaxRepeat = 65535;
 
@@ -308,7 +311,8 @@ public:
                                      static_cast<unsigned>(m_p[i])));
             }
         }
-        std::wstring out = RegExp();
+        uint64_t weight = 0;
+        std::wstring out = RegExp(weight);
         if (m_pos < m_p.size()) { // only a ')' stops RegExp early
             Fail(m_pos, L"')' without a matching '('");
         }
@@ -337,22 +341,37 @@ private:
         }
     }
 
-    std::wstring RegExp()
+    // Each part also reports its weight: the size of its PCRE2 text once
+    // PCRE2 has copied repeated groups out, which is what compiling costs.
+    std::wstring RegExp(uint64_t& weight)
     {
-        std::wstring out = Branch();
+        std::wstring out = Branch(weight);
         while (!AtEnd() && Peek() == L'|') {
             ++m_pos;
             out += L'|';
-            out += Branch();
+            uint64_t branch = 0;
+            const size_t start = m_pos;
+            out += Branch(branch);
+            weight += branch;
+            if (weight > kMaxWeight) {
+                Fail(start, L"repeated groups make the pattern too large to compile");
+            }
         }
         return out;
     }
 
-    std::wstring Branch()
+    std::wstring Branch(uint64_t& weight)
     {
         std::wstring out;
+        weight = 0;
         while (!AtEnd() && Peek() != L'|' && Peek() != L')') {
-            out += Piece();
+            const size_t start = m_pos;
+            uint64_t piece = 0;
+            out += Piece(piece);
+            weight += piece;
+            if (weight > kMaxWeight) {
+                Fail(start, L"repeated groups make the pattern too large to compile");
+            }
         }
         return out;
     }
@@ -362,17 +381,25 @@ private:
         return c == L'?' || c == L'*' || c == L'+' || c == L'{';
     }
 
-    std::wstring Piece()
+    std::wstring Piece(uint64_t& weight)
     {
-        std::wstring out = Atom();
+        std::wstring out = Atom(weight);
         if (AtEnd() || !IsQuantifierStart(Peek())) {
             return out;
         }
+        // PCRE2 repeats a single character or class with a counted opcode
+        // but copies a group once per counted repeat.
+        const bool group = out[0] == L'(';
+        uint64_t copies = 1;
         if (Peek() == L'{') {
-            out += Quantity();
+            out += Quantity(copies);
         } else {
+            copies = Peek() == L'+' ? 2 : 1;
             out += Peek();
             ++m_pos;
+        }
+        if (group) {
+            weight *= std::max<uint64_t>(copies, 1);
         }
         if (!AtEnd() && IsQuantifierStart(Peek())) {
             Fail(m_pos, FormatString(L"'%c' follows a quantifier; XML Schema patterns have no "
@@ -399,14 +426,18 @@ private:
         return n;
     }
 
-    std::wstring Quantity()
+    // {n}, {n,} or {n,m}; copies is how often PCRE2 writes out a repeated
+    // group for it.
+    std::wstring Quantity(uint64_t& copies)
     {
         const size_t open = m_pos++;
         const unsigned long min = Number(open);
         std::wstring out = FormatString(L"{%u", static_cast<unsigned>(min));
+        copies = min;
         if (!AtEnd() && Peek() == L',') {
             ++m_pos;
             out += L',';
+            copies = min + 1;
             if (!AtEnd() && Peek() != L'}') {
                 const unsigned long max = Number(open);
                 if (max < min) {
@@ -415,6 +446,7 @@ private:
                                       static_cast<unsigned>(min), static_cast<unsigned>(max)));
                 }
                 out += FormatString(L"%u", static_cast<unsigned>(max));
+                copies = max;
             }
         }
         if (AtEnd() || Peek() != L'}') {
@@ -424,8 +456,19 @@ private:
         return out + L'}';
     }
 
-    std::wstring Atom()
+    std::wstring Atom(uint64_t& weight)
     {
+        std::wstring out = AtomText(weight);
+        if (out[0] != L'(' || weight == 0) {
+            weight = out.size();
+        }
+        return out;
+    }
+
+    // weight is set for groups only (their inner weight plus the brackets).
+    std::wstring AtomText(uint64_t& weight)
+    {
+        weight = 0;
         const size_t pos = m_pos;
         const wchar_t c = Peek();
         switch (c) {
@@ -436,7 +479,9 @@ private:
                           L"are not part of XML Schema patterns");
             }
             Enter(pos);
-            std::wstring inner = RegExp();
+            uint64_t innerWeight = 0;
+            std::wstring inner = RegExp(innerWeight);
+            weight = innerWeight + 4;
             --m_depth;
             if (AtEnd()) {
                 Fail(pos, L"'(' without a matching ')'");

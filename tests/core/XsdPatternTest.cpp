@@ -168,6 +168,8 @@ const RejectCase kRejectCases[] = {
     {L"a{,2}", L"'{' must be followed by a repeat count ({n}, {n,} or {n,m}) (at character 2)"},
     {L"a{2", L"the repeat count is not closed by '}' (at character 2)"},
     {L"a{70000}", L"a repeat count above 65535 (at character 3)"},
+    {L"x((ab|c){1000}){1000}", L"repeated groups make the pattern too large to compile (at "
+                               L"character 2)"},
     {L"{", L"'{' must be escaped as '\\{' where it does not start a quantifier (at character 1)"},
     {L"a}", L"'}' must be escaped as '\\}' (at character 2)"},
     {L"a]", L"']' must be escaped as '\\]' (at character 2)"},

@@ -21,7 +21,8 @@ namespace VxXmlLib16 {
 // GetFraction); digits beyond the 18th are dropped.
 //
 // Value and order: two durations are equal when their month parts and their
-// second parts are equal (so "PT24H" == "P1D", but "P1M" != "P30D").
+// second parts are equal, as XML Schema 1.1 defines it (so "PT24H" == "P1D",
+// but "P1M" != "P30D").
 // XML Schema orders durations by adding them to four reference instants
 // (1696-09-01, 1697-02-01, 1903-03-01 and 1903-07-01, all UTC) and leaves
 // the order undetermined when the four disagree (P1M against P30D).

@@ -3,6 +3,7 @@
 
 #include <vxxml/Base64.h>
 #include <vxxml/BigInteger.h>
+#include <vxxml/ClassFactoryBase.h>
 #include <vxxml/BinaryData.h>
 #include <vxxml/BinaryStream.h>
 #include <vxxml/Conversions.h>
@@ -24,8 +25,14 @@
 #include <vxxml/SmartPtr.h>
 #include <vxxml/StringBuffer.h>
 #include <vxxml/TextStream.h>
+#include <vxxml/VxVariant.h>
 #include <vxxml/VxZip.h>
 #include <vxxml/WhitespaceUtils.h>
+#include <vxxml/XmlAttribute.h>
+#include <vxxml/XmlDocument.h>
+#include <vxxml/XmlElement.h>
 #include <vxxml/XmlEncoding.h>
 #include <vxxml/XmlGeneratedClass.h>
 #include <vxxml/XmlObjectBase.h>
+#include <vxxml/XmlTextWriter.h>
+#include <vxxml/XmlWriter.h>

@@ -9,6 +9,7 @@
 #include <string_view>
 #include <type_traits>
 #include <vxxml/BigInteger.h>
+#include <vxxml/BinaryData.h>
 #include <vxxml/Conversions.h>
 #include <vxxml/DateTime.h>
 #include <vxxml/DateTimeSpan.h>
@@ -804,6 +805,33 @@ CBigInteger CConversions::integerFromString(const std::wstring& text, Whitespace
 std::wstring CConversions::integerToString(const CBigInteger& value)
 {
     return value.ToString();
+}
+
+// ---------------------------------------------------------------------------
+// Binary
+
+CBinaryData CConversions::hexBinaryFromString(const std::wstring& text, WhitespaceRule rule)
+{
+    CBinaryData data;
+    data.SetAsHexString(CWhitespaceUtils::ApplyRule(rule, text).c_str());
+    return data;
+}
+
+std::wstring CConversions::hexBinaryToString(const CBinaryData& value)
+{
+    return value.GetAsHexString();
+}
+
+CBinaryData CConversions::base64BinaryFromString(const std::wstring& text, WhitespaceRule rule)
+{
+    CBinaryData data;
+    data.SetAsBase64(CWhitespaceUtils::ApplyRule(rule, text).c_str());
+    return data;
+}
+
+std::wstring CConversions::base64BinaryToString(const CBinaryData& value)
+{
+    return value.GetAsBase64();
 }
 
 // ---------------------------------------------------------------------------

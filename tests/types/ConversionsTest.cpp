@@ -8,6 +8,7 @@
 #include <limits>
 #include <random>
 #include <vxxml/BigInteger.h>
+#include <vxxml/BinaryData.h>
 #include <vxxml/Conversions.h>
 #include <vxxml/DateTime.h>
 #include <vxxml/DateTimeSpan.h>
@@ -463,6 +464,15 @@ TEST(Conversions, DecimalFormatIsPrintfFOnTheExactValue)
                          CVxInvalidParamException,
                          std::wstring(L"Invalid number format [") + bad + L"]");
     }
+}
+
+TEST(Conversions, BinaryText)
+{
+    const CBinaryData hex = CConversions::hexBinaryFromString(L"\n 0a1B \n", kCollapse);
+    EXPECT_EQ(CConversions::hexBinaryToString(hex), L"0A1B");
+    const CBinaryData b64 = CConversions::base64BinaryFromString(L" YWJj ", kCollapse);
+    EXPECT_EQ(CConversions::base64BinaryToString(b64), L"YWJj");
+    EXPECT_THROW(CConversions::hexBinaryFromString(L"0g", kCollapse), CVxException);
 }
 
 TEST(Conversions, DateTimeKinds)

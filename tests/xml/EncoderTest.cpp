@@ -153,6 +153,48 @@ TEST(Encoder, IllFormedUtf8Raises)
     }
 }
 
+// Random byte strings, mostly from the bytes that start or continue
+// multi-byte sequences: we accept exactly what iconv accepts, with the same
+// text.
+TEST(Encoder, RandomBytesAgreeWithIconv)
+{
+    std::mt19937 rng(12);
+    const unsigned char interesting[] = {0x00, 'a',  0x7F, 0x80, 0x8F, 0x90, 0x9F, 0xA0,
+                                         0xBF, 0xC0, 0xC1, 0xC2, 0xDF, 0xE0, 0xED, 0xEF,
+                                         0xF0, 0xF4, 0xF5, 0xF8, 0xFC, 0xFE, 0xFF};
+    int accepted = 0;
+    for (int round = 0; round < 20000; ++round) {
+        Bytes in(1 + rng() % 6);
+        for (auto& b : in) {
+            b = interesting[rng() % std::size(interesting)];
+        }
+        iconv_t cd = iconv_open("WCHAR_T", "UTF-8");
+        std::wstring expected(in.size(), L'\0');
+        char* src = reinterpret_cast<char*>(in.data());
+        size_t srcLeft = in.size();
+        char* dst = reinterpret_cast<char*>(expected.data());
+        size_t dstLeft = expected.size() * sizeof(wchar_t);
+        bool valid = iconv(cd, &src, &srcLeft, &dst, &dstLeft) != static_cast<size_t>(-1);
+        iconv_close(cd);
+        expected.resize(expected.size() - dstLeft / sizeof(wchar_t));
+        // glibc decodes F5-F7 leads to values above U+10FFFF, which are no
+        // Unicode characters; Unicode's rules (and we) refuse them.
+        for (wchar_t c : expected) {
+            valid = valid && static_cast<uint32_t>(c) <= 0x10FFFF;
+        }
+        try {
+            const std::wstring text = Utf8ToUtf16(in.data(), static_cast<uint32_t>(in.size()));
+            ASSERT_TRUE(valid) << "accepted what iconv refuses, round " << round;
+            ASSERT_EQ(text, expected);
+            ++accepted;
+        } catch (const CVxException&) {
+            ASSERT_FALSE(valid) << "refused what iconv accepts, round " << round << ": "
+                                << testing::PrintToString(in);
+        }
+    }
+    EXPECT_GT(accepted, 300); // both outcomes were exercised
+}
+
 TEST(Encoder, Utf16BytesEdgeCases)
 {
     // A lone surrogate, high or low, is kept as its code unit and written

@@ -219,13 +219,3 @@ TEST_F(FileStreams, BinaryFile)
                      CVxException,
                      L"Failed to write data to the file [/dev/full] error [0x0000001C]");
 }
-
-TEST(Streams, RegisterWithTheInstanceMonitor)
-{
-    CFileTextStream text(L"/tmp/unused", XmlEncoding_UTF8);
-    CFileBinaryStream bin(L"/tmp/unused", XmlEncoding_UTF8);
-    const std::wstring state = CInstanceMonitor::DumpState();
-    EXPECT_NE(state.find(L"--> CFileTextStream = "), std::wstring::npos) << Narrow(state);
-    EXPECT_NE(state.find(L"--> CFileBinaryStream = "), std::wstring::npos);
-    EXPECT_NE(state.find(L"--> CStringBuffer = "), std::wstring::npos);
-}

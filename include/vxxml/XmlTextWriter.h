@@ -1,0 +1,134 @@
+// Writes the writer events as XML 1.0 text into a CTextStream.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+#include <vxxml/Export.h>
+#include <vxxml/TextStream.h>
+#include <vxxml/XmlWriter.h>
+
+namespace VxXmlLib16 {
+
+// Escaping: in element text and comments &, < and > become entity
+// references and a line feed becomes the writer's line end; in attribute
+// values the quotation mark becomes &quot; and a line feed &#xA; as well.
+// Carriage returns are dropped everywhere: line ends in text are expected as
+// single line feeds and are re-created from the EOL type. All other
+// characters (apostrophe, tab, non-ASCII) are written as they are.
+//
+// After every construct the writer flushes the stream once it holds 4096 or
+// more characters, so that file streams write in chunks and memory stays flat.
+// Between flushes the writer may keep up to 2048 characters of its own before
+// handing them to the stream; everything written is in the stream once
+// EndDocument has been called.
+class VXXML_API CXmlTextWriter : public CXmlWriter
+{
+public:
+    // The caller owns the stream and keeps it alive longer than the writer.
+    explicit CXmlTextWriter(CTextStream* stream);
+    ~CXmlTextWriter() override;
+
+    // Opens the stream.
+    void StartDocument() override;
+    // Closes the stream, then fails if an element is still open.
+    void EndDocument() override;
+    // "<!--text-->" and a line end, where the stream stands (no indentation,
+    // a pending start tag stays open).
+    void WriteComment(const wchar_t* text) override;
+    // The text unescaped, then two line ends.
+    void WriteRawBlock(const wchar_t* text) override;
+    // A space, a line end, the text unescaped and a line end.
+    void WriteRawLine(const wchar_t* text) override;
+    void StartElement(const wchar_t* localName, const wchar_t* namespaceUri) override;
+    // Empty text, or a default value while default values are not written,
+    // leaves the element empty. Text beginning with "<![CDATA[" is written as
+    // it is.
+    void WriteElementText(const wchar_t* text, ItemType itemType, bool valueIsDefault) override;
+    void EndElement() override;
+    // A namespaced attribute always gets a prefix (declared on the spot when
+    // the namespace has none yet), even for the default namespace.
+    void WriteAttribute(const wchar_t* localName, const wchar_t* namespaceUri, const wchar_t* value,
+                        ItemType itemType) override;
+    void WriteXsiType(const wchar_t* typeNamespaceUri, const wchar_t* typeLocalName,
+                      ItemType itemType) override;
+    void WriteNil() override;
+
+    // <?xml version="1.0" encoding="..."?> and a line end; the encoding is
+    // named for UTF-8 and UTF-16 streams only.
+    void WriteXmlDeclaration();
+    // Unescaped text and a line end, allowed only before the root element.
+    void WriteHeadedDirective(const wchar_t* text);
+
+    // Indentation and line breaks between elements; change it only while no
+    // element is open.
+    bool GetFormatting() const { return m_bFormatting; }
+    void SetFormatting(bool formatting);
+    const std::wstring& GetIndentChars() const { return m_strIndentChars; }
+    void SetIndentChars(const wchar_t* indentChars);
+    EOLType GetEOLType() const { return m_EOLType; }
+    // Throws CVxException for anything but EOL_CRLF and EOL_LF.
+    void SetEOLType(EOLType type);
+    bool GetWriteDefaultElementValues() const { return m_bWriteDefaultElementValues; }
+    void SetWriteDefaultElementValues(bool write) { m_bWriteDefaultElementValues = write; }
+
+private:
+    // Text is collected in a buffer of the writer's own and handed to the
+    // stream in pieces of up to kPendingCapacity characters: the pieces of a
+    // tag cost a copy each, not a call into the stream each.
+    void Put(wchar_t c)
+    {
+        if (m_cchPending == kPendingCapacity) {
+            Drain();
+        }
+        m_pending[m_cchPending++] = c;
+    }
+    void Put(const wchar_t* text, size_t length)
+    {
+        if (m_cchPending + length <= kPendingCapacity) {
+            wchar_t* out = m_pending + m_cchPending;
+            for (size_t i = 0; i < length; ++i) {
+                out[i] = text[i];
+            }
+            m_cchPending += length;
+        } else {
+            PutLong(text, length);
+        }
+    }
+    // Text that does not fit: passes through in pieces of the buffer's size.
+    void PutLong(const wchar_t* text, size_t length);
+    void Put(const std::wstring& text) { Put(text.data(), text.size()); }
+    // Up to the terminating zero; null puts nothing.
+    void PutText(const wchar_t* text);
+    void Drain();
+    // Ends every writing operation: once the stream and the buffer together
+    // hold 4096 characters or more, the stream gets the buffered text and is
+    // flushed.
+    void EndConstruct();
+
+    void WriteEscaped(const wchar_t* text, bool attributeMode);
+    void WriteIndent(int32_t depth);
+    void CloseParentStartTag();
+    void WriteNamespaceDeclaration(const std::wstring& prefix, const std::wstring& namespaceUri);
+
+    static constexpr size_t kPendingCapacity = 2048;
+
+    std::wstring m_strIndentChars;
+    std::wstring m_strEOLChars;
+    CTextStream* m_pStream;
+    bool m_bFormatting = true;
+    bool m_bWriteDefaultElementValues = false;
+    EOLType m_EOLType = EOL_LF;
+    // The prefix each open element's start tag used, by depth: the end tag
+    // repeats it even if the scope changed in between.
+    std::vector<std::wstring> m_elementPrefixes;
+    // Reused for every attribute, so the hot path does not allocate once its
+    // capacity suffices.
+    std::wstring m_strScratchUri;
+    size_t m_cchPending = 0;
+    wchar_t* m_pending;                        // kPendingCapacity + 1 for the terminating zero
+    std::unique_ptr<wchar_t[]> m_pendingOwner; // owns m_pending
+};
+
+} // namespace VxXmlLib16

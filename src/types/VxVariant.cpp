@@ -1,0 +1,782 @@
+#include <cassert>
+#include <cstring>
+#include <utility>
+#include <vxxml/BigInteger.h>
+#include <vxxml/BinaryData.h>
+#include <vxxml/Conversions.h>
+#include <vxxml/DateTime.h>
+#include <vxxml/DateTimeSpan.h>
+#include <vxxml/Decimal.h>
+#include <vxxml/Exceptions.h>
+#include <vxxml/FormatString.h>
+#include <vxxml/VxVariant.h>
+#include <vxxml/XmlObjectBase.h>
+
+namespace VxXmlLib16 {
+namespace {
+
+// GetType() names, indexed by ItemType; null where the kind has no name.
+constexpr const wchar_t* kTypeNames[] = {
+    nullptr,    L"hexBinary", L"base64Binary", L"i1",       L"i2",   L"i4",
+    L"i8",      L"ui1",       L"ui2",          L"ui4",      L"ui8",  L"r4",
+    L"r8",      L"duration",  L"yearMonth",    L"monthDay", L"year", L"month",
+    L"day",     L"date",      L"datetime",     L"time",     L"char", L"string",
+    L"boolean", L"decimal",   L"integer",      nullptr,     nullptr,
+};
+static_assert(std::size(kTypeNames) == ItemType_XmlCollection + 1);
+
+// Bytes of the value slot that each scalar kind occupies (0: not a scalar).
+size_t ScalarWidth(ItemType type)
+{
+    switch (type) {
+    case ItemType_i1:
+    case ItemType_ui1:
+    case ItemType_month:
+    case ItemType_day:
+    case ItemType_boolean:
+        return 1;
+    case ItemType_i2:
+    case ItemType_ui2:
+    case ItemType_year:
+        return 2;
+    case ItemType_char:
+        return sizeof(wchar_t);
+    case ItemType_i4:
+    case ItemType_ui4:
+    case ItemType_r4:
+        return 4;
+    case ItemType_i8:
+    case ItemType_ui8:
+    case ItemType_r8:
+        return 8;
+    default:
+        return 0;
+    }
+}
+
+[[noreturn]] void ThrowWrongKind(ItemType held, const wchar_t* wanted)
+{
+    throw CVxInvalidStateException(
+        FormatString(L"The variant holds type %d, not a %s value", static_cast<int>(held), wanted));
+}
+
+} // namespace
+
+// A heap-kind getter on the wrong kind (or a nil value) would follow a
+// pointer that is not there: debug builds stop at the assertion, release
+// builds throw instead.
+#define VXXML_REQUIRE_HEAP(condition, text, wanted)                                                \
+    do {                                                                                           \
+        assert((condition) && text);                                                               \
+        if (!(condition)) {                                                                        \
+            ThrowWrongKind(m_type, wanted);                                                        \
+        }                                                                                          \
+    } while (0)
+
+VxVariant::VxVariant() noexcept : m_bNil(false), m_type(ItemType_Invalid), m_raw(0) {}
+
+VxVariant::VxVariant(const VxVariant& other) : VxVariant()
+{
+    *this = other;
+}
+
+VxVariant::VxVariant(VxVariant&& other) noexcept
+    : m_bNil(other.m_bNil), m_type(other.m_type), m_raw(other.m_raw)
+{
+    other.m_bNil = false;
+    other.m_type = ItemType_Invalid;
+    other.m_raw = 0;
+}
+
+VxVariant::~VxVariant()
+{
+    Clear();
+}
+
+VxVariant& VxVariant::operator=(VxVariant&& other) noexcept
+{
+    if (this != &other) {
+        Clear();
+        m_bNil = other.m_bNil;
+        m_type = other.m_type;
+        m_raw = other.m_raw;
+        other.m_bNil = false;
+        other.m_type = ItemType_Invalid;
+        other.m_raw = 0;
+    }
+    return *this;
+}
+
+VxVariant& VxVariant::operator=(const VxVariant& other)
+{
+    if (this == &other) {
+        return *this;
+    }
+    if (static_cast<uint32_t>(other.m_type) > ItemType_XmlCollection) {
+        throw CVxException(L"Unknown Type");
+    }
+    // Everything is taken from the source before anything is released:
+    // a failed allocation then leaves the target as it was, and releasing the
+    // target's object cannot pull the source away underneath.
+    const ItemType type = other.m_type;
+    const bool nil = other.m_bNil;
+    const uint64_t raw = other.m_raw;
+    void* copy = nullptr;
+    if (!nil) {
+        switch (type) {
+        case ItemType_hexBinary:
+        case ItemType_base64Binary:
+            copy = other.m_pBinaryData ? new CBinaryData(*other.m_pBinaryData) : nullptr;
+            break;
+        case ItemType_duration:
+            copy = other.m_pDateTimeSpan ? new CDateTimeSpan(*other.m_pDateTimeSpan) : nullptr;
+            break;
+        case ItemType_yearMonth:
+        case ItemType_monthDay:
+        case ItemType_date:
+        case ItemType_datetime:
+        case ItemType_time:
+            copy = other.m_pDateTime ? new CDateTime(*other.m_pDateTime) : nullptr;
+            break;
+        case ItemType_string:
+            copy = other.m_pString ? new std::wstring(*other.m_pString) : nullptr;
+            break;
+        case ItemType_decimal:
+            copy = other.m_pDecimal ? new CDecimal(*other.m_pDecimal) : nullptr;
+            break;
+        case ItemType_integer:
+            copy = other.m_pBigInteger ? new CBigInteger(*other.m_pBigInteger) : nullptr;
+            break;
+        case ItemType_XmlObjectBase:
+        case ItemType_XmlCollection:
+            if (other.m_pXmlObject) {
+                other.m_pXmlObject->AddRef();
+            }
+            copy = other.m_pXmlObject;
+            break;
+        default:
+            break;
+        }
+    }
+    Clear();
+    m_type = type;
+    m_bNil = nil;
+    if (nil) {
+        return *this; // a nil copy carries the kind but no value
+    }
+    if (const size_t width = ScalarWidth(type)) {
+        std::memcpy(&m_raw, &raw, width);
+    } else if (type != ItemType_Invalid) {
+        StorePointer(type, copy);
+    }
+    return *this;
+}
+
+void VxVariant::Clear()
+{
+    if (m_type == ItemType_Invalid) {
+        return; // the nil flag stays: an invalid nil variant remains nil
+    }
+    m_bNil = false;
+    switch (m_type) {
+    case ItemType_hexBinary:
+    case ItemType_base64Binary:
+        delete m_pBinaryData;
+        m_pBinaryData = nullptr;
+        break;
+    case ItemType_duration:
+        delete m_pDateTimeSpan;
+        m_pDateTimeSpan = nullptr;
+        break;
+    case ItemType_yearMonth:
+    case ItemType_monthDay:
+    case ItemType_date:
+    case ItemType_datetime:
+    case ItemType_time:
+        delete m_pDateTime;
+        m_pDateTime = nullptr;
+        break;
+    case ItemType_string:
+        delete m_pString;
+        m_pString = nullptr;
+        break;
+    case ItemType_decimal:
+        delete m_pDecimal;
+        m_pDecimal = nullptr;
+        break;
+    case ItemType_integer:
+        delete m_pBigInteger;
+        m_pBigInteger = nullptr;
+        break;
+    case ItemType_XmlObjectBase:
+    case ItemType_XmlCollection:
+        if (m_pXmlObject) {
+            m_pXmlObject->Release();
+        }
+        m_pXmlObject = nullptr;
+        break;
+    default:
+        break; // scalars keep their bits
+    }
+    m_type = ItemType_Invalid;
+}
+
+void VxVariant::SetInvalid()
+{
+    Clear();
+    m_type = ItemType_Invalid;
+}
+
+void VxVariant::SetNil()
+{
+    const ItemType type = m_type;
+    Clear();
+    m_type = type;
+    m_bNil = true;
+}
+
+std::wstring VxVariant::GetType() const
+{
+    const auto index = static_cast<uint32_t>(m_type);
+    if (index >= std::size(kTypeNames) || kTypeNames[index] == nullptr) {
+        throw CVxException(FormatString(L"Invalid Type %d", static_cast<int>(m_type)));
+    }
+    return kTypeNames[index];
+}
+
+// ---------------------------------------------------------------------------
+// Storage helpers
+
+template <class T> void VxVariant::StoreScalar(ItemType type, T value) noexcept
+{
+    Clear();
+    m_type = type;
+    std::memcpy(&m_raw, &value, sizeof value);
+}
+
+template <class T> T VxVariant::LoadScalar() const noexcept
+{
+    T value;
+    std::memcpy(&value, &m_raw, sizeof value);
+    return value;
+}
+
+// Takes ownership of (or, for the object kinds, the reference already taken
+// on) `value`. Callers allocate before calling, so Clear cannot run on a
+// half-made value.
+void VxVariant::StorePointer(ItemType type, void* value) noexcept
+{
+    Clear();
+    m_type = type;
+    switch (type) {
+    case ItemType_hexBinary:
+    case ItemType_base64Binary:
+        m_pBinaryData = static_cast<CBinaryData*>(value);
+        break;
+    case ItemType_duration:
+        m_pDateTimeSpan = static_cast<CDateTimeSpan*>(value);
+        break;
+    case ItemType_string:
+        m_pString = static_cast<std::wstring*>(value);
+        break;
+    case ItemType_decimal:
+        m_pDecimal = static_cast<CDecimal*>(value);
+        break;
+    case ItemType_integer:
+        m_pBigInteger = static_cast<CBigInteger*>(value);
+        break;
+    case ItemType_XmlObjectBase:
+    case ItemType_XmlCollection:
+        m_pXmlObject = static_cast<CXmlObjectBase*>(value);
+        break;
+    case ItemType_yearMonth:
+    case ItemType_monthDay:
+    case ItemType_date:
+    case ItemType_datetime:
+    case ItemType_time:
+        m_pDateTime = static_cast<CDateTime*>(value);
+        break;
+    default:
+        assert(false && "StorePointer with a scalar kind");
+        break;
+    }
+}
+
+// ---------------------------------------------------------------------------
+// Setters
+
+void VxVariant::SetHexBinary(const CBinaryData& value)
+{
+    StorePointer(ItemType_hexBinary, new CBinaryData(value));
+}
+
+void VxVariant::SetBase64Binary(const CBinaryData& value)
+{
+    StorePointer(ItemType_base64Binary, new CBinaryData(value));
+}
+
+void VxVariant::SetI1(int8_t value)
+{
+    StoreScalar(ItemType_i1, value);
+}
+
+void VxVariant::SetI2(int16_t value)
+{
+    StoreScalar(ItemType_i2, value);
+}
+
+void VxVariant::SetI4(int32_t value)
+{
+    StoreScalar(ItemType_i4, value);
+}
+
+void VxVariant::SetI8(int64_t value)
+{
+    StoreScalar(ItemType_i8, value);
+}
+
+void VxVariant::SetUI1(uint8_t value)
+{
+    StoreScalar(ItemType_ui1, value);
+}
+
+void VxVariant::SetUI2(uint16_t value)
+{
+    StoreScalar(ItemType_ui2, value);
+}
+
+void VxVariant::SetUI4(uint32_t value)
+{
+    StoreScalar(ItemType_ui4, value);
+}
+
+void VxVariant::SetUI8(uint64_t value)
+{
+    StoreScalar(ItemType_ui8, value);
+}
+
+void VxVariant::SetR4(float value)
+{
+    StoreScalar(ItemType_r4, value);
+}
+
+void VxVariant::SetR8(double value)
+{
+    StoreScalar(ItemType_r8, value);
+}
+
+void VxVariant::SetDuration(const CDateTimeSpan& value)
+{
+    StorePointer(ItemType_duration, new CDateTimeSpan(value));
+}
+
+void VxVariant::SetYearMonth(const CDateTime& value)
+{
+    StorePointer(ItemType_yearMonth, new CDateTime(value));
+}
+
+void VxVariant::SetMonthDay(const CDateTime& value)
+{
+    StorePointer(ItemType_monthDay, new CDateTime(value));
+}
+
+void VxVariant::SetYear(uint16_t value)
+{
+    StoreScalar(ItemType_year, value);
+}
+
+void VxVariant::SetMonth(uint8_t value)
+{
+    StoreScalar(ItemType_month, value);
+}
+
+void VxVariant::SetDay(uint8_t value)
+{
+    StoreScalar(ItemType_day, value);
+}
+
+void VxVariant::SetDate(const CDateTime& value)
+{
+    StorePointer(ItemType_date, new CDateTime(value));
+}
+
+void VxVariant::SetDateTime(const CDateTime& value)
+{
+    StorePointer(ItemType_datetime, new CDateTime(value));
+}
+
+void VxVariant::SetTime(const CDateTime& value)
+{
+    StorePointer(ItemType_time, new CDateTime(value));
+}
+
+void VxVariant::SetChar(wchar_t value)
+{
+    StoreScalar(ItemType_char, value);
+}
+
+void VxVariant::SetString(std::wstring value)
+{
+    StorePointer(ItemType_string, new std::wstring(std::move(value)));
+}
+
+void VxVariant::SetBoolean(bool value)
+{
+    StoreScalar(ItemType_boolean, value);
+}
+
+void VxVariant::SetDecimal(const CDecimal& value)
+{
+    StorePointer(ItemType_decimal, new CDecimal(value));
+}
+
+void VxVariant::SetInteger(const CBigInteger& value)
+{
+    StorePointer(ItemType_integer, new CBigInteger(value));
+}
+
+void VxVariant::SetXmlObject(CXmlObjectBase* value)
+{
+    // Reference first: the object may be the one this variant is about to release.
+    if (value) {
+        value->AddRef();
+    }
+    StorePointer(ItemType_XmlObjectBase, value);
+}
+
+void VxVariant::SetXmlCollection(CXmlObjectBase* collection)
+{
+    if (collection) {
+        collection->AddRef();
+    }
+    StorePointer(ItemType_XmlCollection, collection);
+}
+
+// ---------------------------------------------------------------------------
+// Getters
+
+CBinaryData VxVariant::GetHexBinary() const
+{
+    VXXML_REQUIRE_HEAP(m_type == ItemType_hexBinary && m_pBinaryData != nullptr,
+                       "m_type == ItemType_hexBinary", L"hexBinary");
+    return *m_pBinaryData;
+}
+
+CBinaryData VxVariant::GetBase64Binary() const
+{
+    VXXML_REQUIRE_HEAP(m_type == ItemType_base64Binary && m_pBinaryData != nullptr,
+                       "m_type == ItemType_base64Binary", L"base64Binary");
+    return *m_pBinaryData;
+}
+
+int8_t VxVariant::GetI1() const
+{
+    assert(m_type == ItemType_i1 && "m_type == ItemType_i1");
+    return LoadScalar<int8_t>();
+}
+
+int16_t VxVariant::GetI2() const
+{
+    assert(m_type == ItemType_i2 && "m_type == ItemType_i2");
+    return LoadScalar<int16_t>();
+}
+
+int32_t VxVariant::GetI4() const
+{
+    assert(m_type == ItemType_i4 && "m_type == ItemType_i4");
+    return LoadScalar<int32_t>();
+}
+
+int64_t VxVariant::GetI8() const
+{
+    assert(m_type == ItemType_i8 && "m_type == ItemType_i8");
+    return LoadScalar<int64_t>();
+}
+
+uint8_t VxVariant::GetUI1() const
+{
+    assert(m_type == ItemType_ui1 && "m_type == ItemType_ui1");
+    return LoadScalar<uint8_t>();
+}
+
+uint16_t VxVariant::GetUI2() const
+{
+    assert(m_type == ItemType_ui2 && "m_type == ItemType_ui2");
+    return LoadScalar<uint16_t>();
+}
+
+uint32_t VxVariant::GetUI4() const
+{
+    assert(m_type == ItemType_ui4 && "m_type == ItemType_ui4");
+    return LoadScalar<uint32_t>();
+}
+
+uint64_t VxVariant::GetUI8() const
+{
+    assert(m_type == ItemType_ui8 && "m_type == ItemType_ui8");
+    return LoadScalar<uint64_t>();
+}
+
+float VxVariant::GetR4() const
+{
+    assert(m_type == ItemType_r4 && "m_type == ItemType_r4");
+    return LoadScalar<float>();
+}
+
+double VxVariant::GetR8() const
+{
+    assert(m_type == ItemType_r8 && "m_type == ItemType_r8");
+    return LoadScalar<double>();
+}
+
+CDateTimeSpan VxVariant::GetDuration() const
+{
+    VXXML_REQUIRE_HEAP(m_type == ItemType_duration && m_pDateTimeSpan != nullptr,
+                       "m_type == ItemType_duration", L"duration");
+    return *m_pDateTimeSpan;
+}
+
+CDateTime VxVariant::GetYearMonth() const
+{
+    VXXML_REQUIRE_HEAP(m_type == ItemType_yearMonth && m_pDateTime != nullptr,
+                       "m_type == ItemType_yearMonth", L"yearMonth");
+    return *m_pDateTime;
+}
+
+CDateTime VxVariant::GetMonthDay() const
+{
+    VXXML_REQUIRE_HEAP(m_type == ItemType_monthDay && m_pDateTime != nullptr,
+                       "m_type == ItemType_monthDay", L"monthDay");
+    return *m_pDateTime;
+}
+
+uint16_t VxVariant::GetYear() const
+{
+    assert(m_type == ItemType_year && "m_type == ItemType_year");
+    return LoadScalar<uint16_t>();
+}
+
+uint8_t VxVariant::GetMonth() const
+{
+    assert(m_type == ItemType_month && "m_type == ItemType_month");
+    return LoadScalar<uint8_t>();
+}
+
+uint8_t VxVariant::GetDay() const
+{
+    assert(m_type == ItemType_day && "m_type == ItemType_day");
+    return LoadScalar<uint8_t>();
+}
+
+CDateTime VxVariant::GetDate() const
+{
+    VXXML_REQUIRE_HEAP(m_type == ItemType_date && m_pDateTime != nullptr, "m_type == ItemType_date",
+                       L"date");
+    return *m_pDateTime;
+}
+
+CDateTime VxVariant::GetDateTime() const
+{
+    VXXML_REQUIRE_HEAP(m_type == ItemType_datetime && m_pDateTime != nullptr,
+                       "m_type == ItemType_datetime", L"datetime");
+    return *m_pDateTime;
+}
+
+CDateTime VxVariant::GetTime() const
+{
+    VXXML_REQUIRE_HEAP(m_type == ItemType_time && m_pDateTime != nullptr, "m_type == ItemType_time",
+                       L"time");
+    return *m_pDateTime;
+}
+
+wchar_t VxVariant::GetChar() const
+{
+    assert(m_type == ItemType_char && "m_type == ItemType_char");
+    return LoadScalar<wchar_t>();
+}
+
+std::wstring VxVariant::GetString() const
+{
+    VXXML_REQUIRE_HEAP(m_type == ItemType_string && m_pString != nullptr,
+                       "m_type == ItemType_string && m_pString != 0", L"string");
+    return *m_pString;
+}
+
+bool VxVariant::GetBoolean() const
+{
+    assert(m_type == ItemType_boolean && "m_type == ItemType_boolean");
+    // Read the byte, not a bool: a slot holding other bits must not become
+    // an invalid bool value.
+    return LoadScalar<uint8_t>() != 0;
+}
+
+CDecimal VxVariant::GetDecimal() const
+{
+    VXXML_REQUIRE_HEAP(m_type == ItemType_decimal && m_pDecimal != nullptr,
+                       "m_type == ItemType_decimal && m_pDecimal != 0", L"decimal");
+    return *m_pDecimal;
+}
+
+CBigInteger VxVariant::GetInteger() const
+{
+    VXXML_REQUIRE_HEAP(m_type == ItemType_integer && m_pBigInteger != nullptr,
+                       "m_type == ItemType_integer && m_pBigInteger != 0", L"integer");
+    return *m_pBigInteger;
+}
+
+CSmartPtr<CXmlObjectBase> VxVariant::GetXmlObject() const
+{
+    const bool isObject = m_type == ItemType_XmlObjectBase || m_type == ItemType_XmlCollection;
+    VXXML_REQUIRE_HEAP(isObject, "m_type == ItemType_XmlObjectBase", L"XmlObjectBase");
+    return CSmartPtr<CXmlObjectBase>(m_pXmlObject);
+}
+
+CSmartPtr<CXmlObjectBase> VxVariant::GetXmlCollection() const
+{
+    VXXML_REQUIRE_HEAP(m_type == ItemType_XmlCollection && m_pXmlObject != nullptr,
+                       "m_type == ItemType_XmlCollection && m_pXmlCol != 0", L"XmlCollection");
+    return CSmartPtr<CXmlObjectBase>(m_pXmlObject);
+}
+
+#undef VXXML_REQUIRE_HEAP
+
+// ---------------------------------------------------------------------------
+// Text
+
+// The object behind a heap kind; a nil value has none and cannot be formatted.
+template <class T> const T& VxVariant::Held(const T* value) const
+{
+    if (value == nullptr) {
+        throw CVxInvalidStateException(FormatString(L"The %s value is nil and has no text",
+                                                    kTypeNames[static_cast<uint32_t>(m_type)]));
+    }
+    return *value;
+}
+
+std::wstring VxVariant::ToString(const wchar_t* format) const
+{
+    const std::wstring numberFormat = format ? format : L"";
+    switch (m_type) {
+    case ItemType_hexBinary:
+        return CConversions::hexBinaryToString(Held(m_pBinaryData));
+    case ItemType_base64Binary:
+        return CConversions::base64BinaryToString(Held(m_pBinaryData));
+    case ItemType_i1:
+        return CConversions::i1ToString(LoadScalar<int8_t>());
+    case ItemType_i2:
+        return CConversions::i2ToString(LoadScalar<int16_t>());
+    case ItemType_i4:
+        return CConversions::i4ToString(LoadScalar<int32_t>());
+    case ItemType_i8:
+        return CConversions::i8ToString(LoadScalar<int64_t>());
+    case ItemType_ui1:
+        return CConversions::ui1ToString(LoadScalar<uint8_t>());
+    case ItemType_ui2:
+        return CConversions::ui2ToString(LoadScalar<uint16_t>());
+    case ItemType_ui4:
+        return CConversions::ui4ToString(LoadScalar<uint32_t>());
+    case ItemType_ui8:
+        return CConversions::ui8ToString(LoadScalar<uint64_t>());
+    case ItemType_r4:
+        return CConversions::r4ToString(LoadScalar<float>(), numberFormat);
+    case ItemType_r8:
+        return CConversions::r8ToString(LoadScalar<double>(), numberFormat);
+    case ItemType_duration:
+        return CConversions::durationToString(Held(m_pDateTimeSpan));
+    case ItemType_yearMonth:
+        return CConversions::yearMonthToString(Held(m_pDateTime));
+    case ItemType_monthDay:
+        return CConversions::monthDayToString(Held(m_pDateTime));
+    case ItemType_year:
+        return CConversions::yearToString(LoadScalar<uint16_t>());
+    case ItemType_month:
+        return CConversions::monthToString(LoadScalar<uint8_t>());
+    case ItemType_day:
+        return CConversions::dayToString(LoadScalar<uint8_t>());
+    case ItemType_date:
+        return CConversions::dateToString(Held(m_pDateTime));
+    case ItemType_datetime:
+        return CConversions::datetimeToString(Held(m_pDateTime));
+    case ItemType_time:
+        return CConversions::timeToString(Held(m_pDateTime));
+    case ItemType_char:
+        return CConversions::charToString(LoadScalar<wchar_t>());
+    case ItemType_string:
+        return CConversions::stringToString(Held(m_pString));
+    case ItemType_boolean:
+        return CConversions::booleanToString(LoadScalar<uint8_t>() != 0);
+    case ItemType_decimal:
+        return CConversions::decimalToString(Held(m_pDecimal), numberFormat);
+    case ItemType_integer:
+        return CConversions::integerToString(Held(m_pBigInteger));
+    default:
+        throw CVxException(
+            FormatString(L"Invalid Type %d to convert to string", static_cast<int>(m_type)));
+    }
+}
+
+void VxVariant::FromString(const std::wstring& text, ItemType type,
+                           CWhitespaceUtils::WhitespaceRule rule)
+{
+    // Each conversion runs before its setter, so a failure leaves the
+    // variant untouched.
+    switch (type) {
+    case ItemType_hexBinary:
+        return SetHexBinary(CConversions::hexBinaryFromString(text, rule));
+    case ItemType_base64Binary:
+        return SetBase64Binary(CConversions::base64BinaryFromString(text, rule));
+    case ItemType_i1:
+        return SetI1(CConversions::i1FromString(text, rule));
+    case ItemType_i2:
+        return SetI2(CConversions::i2FromString(text, rule));
+    case ItemType_i4:
+        return SetI4(CConversions::i4FromString(text, rule));
+    case ItemType_i8:
+        return SetI8(CConversions::i8FromString(text, rule));
+    case ItemType_ui1:
+        return SetUI1(CConversions::ui1FromString(text, rule));
+    case ItemType_ui2:
+        return SetUI2(CConversions::ui2FromString(text, rule));
+    case ItemType_ui4:
+        return SetUI4(CConversions::ui4FromString(text, rule));
+    case ItemType_ui8:
+        return SetUI8(CConversions::ui8FromString(text, rule));
+    case ItemType_r4:
+        return SetR4(CConversions::r4FromString(text, rule));
+    case ItemType_r8:
+        return SetR8(CConversions::r8FromString(text, rule));
+    case ItemType_duration:
+        return SetDuration(CConversions::durationFromString(text, rule));
+    case ItemType_yearMonth:
+        return SetYearMonth(CConversions::yearMonthFromString(text, rule));
+    case ItemType_monthDay:
+        return SetMonthDay(CConversions::monthDayFromString(text, rule));
+    case ItemType_year:
+        return SetYear(CConversions::yearFromString(text, rule));
+    case ItemType_month:
+        return SetMonth(CConversions::monthFromString(text, rule));
+    case ItemType_day:
+        return SetDay(CConversions::dayFromString(text, rule));
+    case ItemType_date:
+        return SetDate(CConversions::dateFromString(text, rule));
+    case ItemType_datetime:
+        return SetDateTime(CConversions::datetimeFromString(text, rule));
+    case ItemType_time:
+        return SetTime(CConversions::timeFromString(text, rule));
+    case ItemType_char:
+        return SetChar(CConversions::charFromString(text, rule));
+    case ItemType_string:
+        return SetString(CConversions::stringFromString(text, rule));
+    case ItemType_boolean:
+        return SetBoolean(CConversions::booleanFromString(text, rule));
+    case ItemType_decimal:
+        return SetDecimal(CConversions::decimalFromString(text, rule));
+    case ItemType_integer:
+        return SetInteger(CConversions::integerFromString(text, rule));
+    default:
+        throw CVxException(
+            FormatString(L"Invalid Type %d to convert to string", static_cast<int>(type)));
+    }
+}
+
+} // namespace VxXmlLib16

@@ -1,0 +1,509 @@
+#include <cassert>
+#include <cstring>
+#include <cwchar>
+#include <vxxml/Exceptions.h>
+#include <vxxml/XmlTextWriter.h>
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
+namespace VxXmlLib16 {
+
+namespace {
+
+// Every message of the text writer, in one place.
+constexpr const wchar_t* kMsgHeadedDirective =
+    L"Headed directives must appear before an Element has been added.";
+constexpr const wchar_t* kMsgAttributesFirst = L"Attributes must be added before elements";
+constexpr const wchar_t* kMsgInvalidEOL = L"Invalid EOL type.";
+constexpr const wchar_t* kMsgNoElementOpen = L"No Element is open.";
+constexpr const wchar_t* kMsgNullStream = L"The output stream may not be NULL.";
+
+constexpr uint32_t kFlushThreshold = 4096;
+
+// What the escaper does with a character below 0x40; everything from 0x40
+// up is written as it is, so one comparison skips almost every character.
+enum EscapeAction : unsigned char {
+    Keep = 0,
+    Amp,
+    Lt,
+    Gt,
+    Quot,
+    LineFeedText, // the writer's line end
+    LineFeedAttr, // &#xA;
+    Drop,         // carriage return
+};
+
+struct EscapeTables
+{
+    unsigned char text[0x40] = {};
+    unsigned char attribute[0x40] = {};
+    constexpr EscapeTables()
+    {
+        text[L'&'] = attribute[L'&'] = Amp;
+        text[L'<'] = attribute[L'<'] = Lt;
+        text[L'>'] = attribute[L'>'] = Gt;
+        text[L'\r'] = attribute[L'\r'] = Drop;
+        text[L'\n'] = LineFeedText;
+        attribute[L'\n'] = LineFeedAttr;
+        attribute[L'"'] = Quot;
+    }
+};
+constexpr EscapeTables kEscape;
+
+inline bool IsEmpty(const wchar_t* text)
+{
+    return text == nullptr || *text == L'\0';
+}
+
+inline const wchar_t* OrEmpty(const wchar_t* text)
+{
+    return text ? text : L"";
+}
+
+} // namespace
+
+CXmlTextWriter::CXmlTextWriter(CTextStream* stream)
+    : CXmlWriter(L"CXmlTextWriter"), m_strIndentChars(L"\t"), m_strEOLChars(L"\n"),
+      m_pStream(stream), m_pending(nullptr),
+      m_pendingOwner(std::make_unique_for_overwrite<wchar_t[]>(kPendingCapacity + 1))
+{
+    m_pending = m_pendingOwner.get();
+    if (stream == nullptr) {
+        throw CVxInvalidParamException(kMsgNullStream);
+    }
+}
+
+CXmlTextWriter::~CXmlTextWriter() = default;
+
+void CXmlTextWriter::StartDocument()
+{
+    CXmlWriter::StartDocument();
+    m_cchPending = 0; // the stream starts empty, so does what is owed to it
+    m_pStream->Open();
+}
+
+void CXmlTextWriter::EndDocument()
+{
+    Drain();
+    m_pStream->Close();
+    CXmlWriter::EndDocument();
+}
+
+void CXmlTextWriter::SetFormatting(bool formatting)
+{
+    assert(m_pContext == nullptr && "m_pContext == 0");
+    m_bFormatting = formatting;
+}
+
+void CXmlTextWriter::SetIndentChars(const wchar_t* indentChars)
+{
+    m_strIndentChars = OrEmpty(indentChars);
+}
+
+void CXmlTextWriter::SetEOLType(EOLType type)
+{
+    switch (type) {
+    case EOL_CRLF:
+        m_strEOLChars = L"\r\n";
+        break;
+    case EOL_LF:
+        m_strEOLChars = L"\n";
+        break;
+    default:
+        throw CVxException(kMsgInvalidEOL);
+    }
+    m_EOLType = type;
+}
+
+void CXmlTextWriter::PutLong(const wchar_t* text, size_t length)
+{
+    while (m_cchPending + length > kPendingCapacity) {
+        const size_t room = kPendingCapacity - m_cchPending;
+        std::memcpy(m_pending + m_cchPending, text, room * sizeof(wchar_t));
+        m_cchPending = kPendingCapacity;
+        text += room;
+        length -= room;
+        Drain();
+    }
+    std::memcpy(m_pending + m_cchPending, text, length * sizeof(wchar_t));
+    m_cchPending += length;
+}
+
+void CXmlTextWriter::PutText(const wchar_t* text)
+{
+    if (text) {
+        Put(text, std::wcslen(text));
+    }
+}
+
+void CXmlTextWriter::Drain()
+{
+    if (m_cchPending != 0) {
+        // The buffer has room for a terminating zero, so the stream can take
+        // it as one string.
+        m_pending[m_cchPending] = L'\0';
+        m_cchPending = 0;
+        m_pStream->Write(m_pending);
+    }
+}
+
+void CXmlTextWriter::EndConstruct()
+{
+    // A stream that keeps its text (in memory) stays above the threshold
+    // and is flushed after every construct; the buffer then goes on
+    // collecting. A stream that writes out (a file) falls back to zero at
+    // each flush and gets everything buffered just before the next one, so
+    // it writes chunks of about 4096 characters.
+    if (m_pStream->GetLength() < kFlushThreshold) {
+        if (m_pStream->GetLength() + m_cchPending < kFlushThreshold) {
+            return;
+        }
+        Drain();
+    }
+    m_pStream->Flush();
+}
+
+namespace {
+
+// The first character in [p, end) that the escaper must look at.
+const wchar_t* FindSpecial(const wchar_t* p, const wchar_t* end, const unsigned char* table,
+                           bool attributeMode)
+{
+#if defined(__SSE2__)
+    // Four characters per step: compare against each special character at
+    // once; one mask test skips the run when none of them is there.
+    static_assert(sizeof(wchar_t) == 4, "four wide characters per 16-byte load");
+    const __m128i amp = _mm_set1_epi32(L'&');
+    const __m128i lt = _mm_set1_epi32(L'<');
+    const __m128i gt = _mm_set1_epi32(L'>');
+    const __m128i lf = _mm_set1_epi32(L'\n');
+    const __m128i cr = _mm_set1_epi32(L'\r');
+    const __m128i quot = _mm_set1_epi32(attributeMode ? L'"' : L'&');
+    while (end - p >= 4) {
+        const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+        const __m128i hits = _mm_or_si128(
+            _mm_or_si128(_mm_or_si128(_mm_cmpeq_epi32(v, amp), _mm_cmpeq_epi32(v, lt)),
+                         _mm_or_si128(_mm_cmpeq_epi32(v, gt), _mm_cmpeq_epi32(v, quot))),
+            _mm_or_si128(_mm_cmpeq_epi32(v, lf), _mm_cmpeq_epi32(v, cr)));
+        const int mask = _mm_movemask_epi8(hits);
+        if (mask != 0) {
+            return p + __builtin_ctz(static_cast<unsigned>(mask)) / 4;
+        }
+        p += 4;
+    }
+#endif
+    for (; p != end; ++p) {
+        const auto c = static_cast<uint32_t>(*p);
+        if (c < 0x40 && table[c] != Keep) {
+            break;
+        }
+    }
+    return p;
+}
+
+} // namespace
+
+// Copies runs of characters that need no escaping in one piece each.
+void CXmlTextWriter::WriteEscaped(const wchar_t* text, bool attributeMode)
+{
+    const unsigned char* table = attributeMode ? kEscape.attribute : kEscape.text;
+    const wchar_t* const end = text + std::wcslen(text);
+    const wchar_t* run = text;
+    for (;;) {
+        const wchar_t* p = FindSpecial(run, end, table, attributeMode);
+        Put(run, static_cast<size_t>(p - run));
+        if (p == end) {
+            break;
+        }
+        run = p + 1;
+        switch (table[*p]) {
+        case Amp:
+            Put(L"&amp;", 5);
+            break;
+        case Lt:
+            Put(L"&lt;", 4);
+            break;
+        case Gt:
+            Put(L"&gt;", 4);
+            break;
+        case Quot:
+            Put(L"&quot;", 6);
+            break;
+        case LineFeedText:
+            Put(m_strEOLChars);
+            break;
+        case LineFeedAttr:
+            Put(L"&#xA;", 5);
+            break;
+        default: // Drop
+            break;
+        }
+    }
+}
+
+void CXmlTextWriter::WriteIndent(int32_t depth)
+{
+    for (int32_t i = 0; i < depth; ++i) {
+        Put(m_strIndentChars);
+    }
+}
+
+void CXmlTextWriter::WriteNamespaceDeclaration(const std::wstring& prefix,
+                                               const std::wstring& namespaceUri)
+{
+    Put(L"xmlns:", 6);
+    Put(prefix);
+    Put(L"=\"", 2);
+    WriteEscaped(namespaceUri.c_str(), true);
+    Put(L'"');
+}
+
+void CXmlTextWriter::CloseParentStartTag()
+{
+    m_pContext->IncrementChildCount();
+    if (m_pContext->IsStartTagOpen()) {
+        m_pContext->SetStartTagOpen(false);
+        Put(L'>');
+        if (m_bFormatting) {
+            Put(m_strEOLChars);
+        }
+    }
+}
+
+void CXmlTextWriter::WriteXmlDeclaration()
+{
+    Put(L"<?xml version=\"1.0\"", 19);
+    switch (m_pStream->GetEncoding()) {
+    case XmlEncoding_UTF8:
+        Put(L" encoding=\"UTF-8\"", 17);
+        break;
+    case XmlEncoding_UTF16:
+        Put(L" encoding=\"UTF-16\"", 18);
+        break;
+    default: // UTF-16 without a name in the declaration, or unknown
+        break;
+    }
+    Put(L"?>", 2);
+    Put(m_strEOLChars);
+    EndConstruct();
+}
+
+void CXmlTextWriter::WriteHeadedDirective(const wchar_t* text)
+{
+    if (m_pContext) {
+        throw CVxException(kMsgHeadedDirective);
+    }
+    PutText(text);
+    Put(m_strEOLChars);
+    EndConstruct();
+}
+
+void CXmlTextWriter::WriteComment(const wchar_t* text)
+{
+    Put(L"<!--", 4);
+    WriteEscaped(OrEmpty(text), false);
+    Put(L"-->", 3);
+    Put(m_strEOLChars);
+    EndConstruct();
+}
+
+void CXmlTextWriter::WriteRawBlock(const wchar_t* text)
+{
+    PutText(text);
+    Put(m_strEOLChars);
+    Put(m_strEOLChars);
+    EndConstruct();
+}
+
+void CXmlTextWriter::WriteRawLine(const wchar_t* text)
+{
+    Put(L' ');
+    Put(m_strEOLChars);
+    PutText(text);
+    Put(m_strEOLChars);
+    EndConstruct();
+}
+
+void CXmlTextWriter::StartElement(const wchar_t* localName, const wchar_t* namespaceUri)
+{
+    if (m_pContext) {
+        CloseParentStartTag();
+    }
+    CXmlWriterContext* context = PushContext(localName, namespaceUri);
+    const auto depth = static_cast<size_t>(context->GetDepth());
+    if (m_elementPrefixes.size() <= depth) {
+        m_elementPrefixes.resize(depth + 1);
+    }
+    std::wstring& elementPrefix = m_elementPrefixes[depth];
+
+    const std::wstring& uri = context->GetNamespaceUri();
+    const std::wstring* declare = nullptr;
+    if (!uri.empty() && uri != context->GetDefaultNamespace()) {
+        const std::wstring* prefix = context->FindPrefix(uri);
+        // An empty prefix cannot name a namespace other than the default
+        // one, so it is treated as no prefix at all.
+        if (prefix == nullptr || prefix->empty()) {
+            context->AddNamespace(GeneratePrefix(), uri);
+            prefix = context->FindPrefix(uri);
+            declare = prefix;
+        }
+        elementPrefix = *prefix;
+    } else {
+        elementPrefix.clear();
+    }
+
+    if (m_bFormatting) {
+        WriteIndent(context->GetDepth());
+    }
+    Put(L'<');
+    if (!elementPrefix.empty()) {
+        Put(elementPrefix);
+        Put(L':');
+    }
+    Put(context->GetLocalName());
+    if (declare) {
+        Put(L' ');
+        WriteNamespaceDeclaration(*declare, uri);
+    }
+
+    if (context->GetParent() == nullptr) {
+        // Everything set up before the root is declared on the root.
+        if (!m_strDefaultNamespace.empty()) {
+            Put(L" xmlns=\"", 8);
+            WriteEscaped(m_strDefaultNamespace.c_str(), true);
+            Put(L'"');
+        }
+        const std::wstring xmlUri(XmlNamespaceUri);
+        for (const auto& [aliasUri, aliasPrefix] : m_mapNamespaceAlias) {
+            if (aliasUri.compare(0, xmlUri.size(), xmlUri) == 0) {
+                continue; // the xml prefix is bound by XML itself
+            }
+            Put(L' ');
+            WriteNamespaceDeclaration(aliasPrefix, aliasUri);
+        }
+    }
+    EndConstruct();
+}
+
+void CXmlTextWriter::WriteElementText(const wchar_t* text, ItemType /*itemType*/,
+                                      bool valueIsDefault)
+{
+    if (m_pContext == nullptr) {
+        throw CVxInvalidStateException(kMsgNoElementOpen);
+    }
+    if (IsEmpty(text)) {
+        return;
+    }
+    if (valueIsDefault && !m_bWriteDefaultElementValues) {
+        return;
+    }
+    if (m_pContext->IsStartTagOpen()) {
+        Put(L'>');
+        m_pContext->SetStartTagOpen(false);
+    }
+    if (text[0] == L'<' && std::wcsncmp(text, L"<![CDATA[", 9) == 0) {
+        PutText(text);
+    } else {
+        WriteEscaped(text, false);
+    }
+    EndConstruct();
+}
+
+void CXmlTextWriter::EndElement()
+{
+    if (m_pContext == nullptr) {
+        throw CVxInvalidStateException(kMsgNoElementOpen);
+    }
+    if (m_pContext->IsStartTagOpen()) {
+        Put(L"/>", 2);
+    } else {
+        if (m_bFormatting && m_pContext->GetChildCount() > 0) {
+            WriteIndent(m_pContext->GetDepth());
+        }
+        const std::wstring& prefix = m_elementPrefixes[static_cast<size_t>(m_pContext->GetDepth())];
+        Put(L"</", 2);
+        if (!prefix.empty()) {
+            Put(prefix);
+            Put(L':');
+        }
+        Put(m_pContext->GetLocalName());
+        Put(L'>');
+    }
+    if (m_bFormatting) {
+        Put(m_strEOLChars);
+    }
+    EndConstruct();
+    PopContext();
+}
+
+void CXmlTextWriter::WriteAttribute(const wchar_t* localName, const wchar_t* namespaceUri,
+                                    const wchar_t* value, ItemType /*itemType*/)
+{
+    if (m_pContext == nullptr) {
+        throw CVxInvalidStateException(kMsgNoElementOpen);
+    }
+    if (!m_pContext->IsStartTagOpen()) {
+        throw CVxException(kMsgAttributesFirst);
+    }
+    Put(L' ');
+    if (!IsEmpty(namespaceUri)) {
+        m_strScratchUri.assign(namespaceUri);
+        const std::wstring* prefix = m_pContext->FindPrefix(m_strScratchUri);
+        if (prefix == nullptr || prefix->empty()) {
+            m_pContext->AddNamespace(GeneratePrefix(), m_strScratchUri);
+            prefix = m_pContext->FindPrefix(m_strScratchUri);
+            WriteNamespaceDeclaration(*prefix, m_strScratchUri);
+            Put(L' ');
+        }
+        Put(*prefix);
+        Put(L':');
+    }
+    PutText(localName);
+    Put(L"=\"", 2);
+    WriteEscaped(OrEmpty(value), true);
+    Put(L'"');
+    EndConstruct();
+}
+
+void CXmlTextWriter::WriteXsiType(const wchar_t* typeNamespaceUri, const wchar_t* typeLocalName,
+                                  ItemType itemType)
+{
+    if (m_pContext == nullptr) {
+        throw CVxInvalidStateException(kMsgNoElementOpen);
+    }
+    if (!m_pContext->IsStartTagOpen()) {
+        throw CVxException(kMsgAttributesFirst);
+    }
+    const std::wstring typeUri(OrEmpty(typeNamespaceUri));
+    if (!typeUri.empty() && typeUri != m_pContext->GetDefaultNamespace()) {
+        std::wstring prefix = m_pContext->GetNamespaceMapValue(typeUri);
+        if (prefix.empty()) {
+            prefix = GeneratePrefix();
+            m_pContext->AddNamespace(prefix, typeUri);
+            // The attribute below brings its own leading space, so two
+            // spaces separate this declaration from it.
+            Put(L' ');
+            WriteNamespaceDeclaration(prefix, typeUri);
+            Put(L' ');
+        }
+        std::wstring value = prefix + L':' + OrEmpty(typeLocalName);
+        WriteAttribute(L"type", XsiNamespaceUri, value.c_str(), itemType);
+    } else {
+        WriteAttribute(L"type", XsiNamespaceUri, OrEmpty(typeLocalName), itemType);
+    }
+}
+
+void CXmlTextWriter::WriteNil()
+{
+    if (m_pContext == nullptr) {
+        throw CVxInvalidStateException(kMsgNoElementOpen);
+    }
+    if (!m_pContext->IsStartTagOpen()) {
+        throw CVxException(kMsgAttributesFirst);
+    }
+    WriteAttribute(L"nil", XsiNamespaceUri, L"true", ItemType_boolean);
+}
+
+} // namespace VxXmlLib16

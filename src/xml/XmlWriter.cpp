@@ -1,0 +1,239 @@
+#include <cassert>
+#include <cwchar>
+#include <vxxml/Exceptions.h>
+#include <vxxml/XmlWriter.h>
+
+namespace VxXmlLib16 {
+
+const wchar_t* const CXmlWriter::XmlNamespaceUri = L"http://www.w3.org/XML/1998/namespace";
+const wchar_t* const CXmlWriter::XsiNamespaceUri = L"http://www.w3.org/2001/XMLSchema-instance";
+const wchar_t* const CXmlWriter::XmlnsNamespaceUri = L"http://www.w3.org/2000/xmlns/";
+
+namespace {
+const std::wstring g_strEmpty;
+
+// Reused contexts keep their strings' capacity; clear and append copy into
+// it without the general replace path of assign.
+void CopyText(std::wstring& target, const wchar_t* text)
+{
+    target.clear();
+    if (text) {
+        target.append(text, std::wcslen(text));
+    }
+}
+} // namespace
+
+// ---------------------------------------------------------------------------
+// CXmlWriterContext
+
+CXmlWriter::CXmlWriterContext::CXmlWriterContext() : CInstanceMonitor(L"CXmlWriterContext") {}
+
+CXmlWriter::CXmlWriterContext::~CXmlWriterContext()
+{
+    ReleaseScope();
+}
+
+void CXmlWriter::CXmlWriterContext::Init(CXmlWriterContext* parent, const wchar_t* localName,
+                                         const wchar_t* namespaceUri, const NamespaceMap* rootMap,
+                                         const std::wstring* rootDefault)
+{
+    m_dwChildCount = 0;
+    m_bStartTagOpen = true;
+    CopyText(m_strNamespaceUri, namespaceUri);
+    CopyText(m_strLocalName, localName);
+    m_pParent = parent;
+    m_dwContentHint = 0;
+    if (parent) {
+        m_lDepth = parent->m_lDepth + 1;
+        m_bSharesParentScope = true;
+        m_pEffectiveDefault = parent->m_pEffectiveDefault;
+        m_pEffectiveMap = parent->m_pEffectiveMap;
+    } else {
+        m_lDepth = 0;
+        m_strDefaultNamespace = *rootDefault;
+        m_pNamespaceMap = new NamespaceMap(*rootMap);
+        m_bOwnsMap = true;
+        m_bSharesParentScope = false;
+        m_pEffectiveDefault = &m_strDefaultNamespace;
+        m_pEffectiveMap = m_pNamespaceMap;
+    }
+}
+
+void CXmlWriter::CXmlWriterContext::ReleaseScope()
+{
+    if (!m_bSharesParentScope) {
+        if (m_bOwnsMap) {
+            delete m_pNamespaceMap;
+        }
+        m_pNamespaceMap = nullptr;
+        m_bOwnsMap = false;
+        m_bSharesParentScope = true;
+        m_strDefaultNamespace.clear();
+    }
+    m_pEffectiveDefault = nullptr;
+    m_pEffectiveMap = nullptr;
+}
+
+void CXmlWriter::CXmlWriterContext::MakeOwnScope()
+{
+    if (!m_bSharesParentScope) {
+        return;
+    }
+    // The effective scope of a sharing context is its parent's.
+    m_pNamespaceMap = new NamespaceMap(*m_pEffectiveMap);
+    m_strDefaultNamespace = *m_pEffectiveDefault;
+    m_bOwnsMap = true;
+    m_bSharesParentScope = false;
+    m_pEffectiveDefault = &m_strDefaultNamespace;
+    m_pEffectiveMap = m_pNamespaceMap;
+}
+
+const std::wstring*
+CXmlWriter::CXmlWriterContext::FindPrefix(const std::wstring& namespaceUri) const
+{
+    auto it = m_pEffectiveMap->find(namespaceUri);
+    return it == m_pEffectiveMap->end() ? nullptr : &it->second;
+}
+
+const std::wstring&
+CXmlWriter::CXmlWriterContext::GetNamespaceMapValue(const std::wstring& namespaceUri) const
+{
+    const std::wstring* prefix = FindPrefix(namespaceUri);
+    return prefix ? *prefix : g_strEmpty;
+}
+
+void CXmlWriter::CXmlWriterContext::SetDefaultNamespace(const std::wstring& namespaceUri)
+{
+    MakeOwnScope();
+    m_strDefaultNamespace = namespaceUri;
+}
+
+void CXmlWriter::CXmlWriterContext::AddNamespace(const std::wstring& prefix,
+                                                 const std::wstring& namespaceUri)
+{
+    MakeOwnScope();
+    (*m_pNamespaceMap)[namespaceUri] = prefix;
+}
+
+// ---------------------------------------------------------------------------
+// CXmlWriter
+
+CXmlWriter::CXmlWriter(const wchar_t* className) : CInstanceMonitor(className)
+{
+    m_mapNamespaceAlias[XmlNamespaceUri] = L"xml";
+}
+
+CXmlWriter::~CXmlWriter()
+{
+    while (m_pContext) {
+        CXmlWriterContext* parent = m_pContext->m_pParent;
+        delete m_pContext;
+        m_pContext = parent;
+    }
+    for (CXmlWriterContext* context : m_freeContexts) {
+        delete context;
+    }
+}
+
+void CXmlWriter::StartDocument() {}
+
+void CXmlWriter::EndDocument()
+{
+    if (m_pContext) {
+        throw CVxException(L"An Element has not been closed.");
+    }
+}
+
+void CXmlWriter::SetDefaultNamespace(const wchar_t* namespaceUri)
+{
+    std::wstring uri(namespaceUri ? namespaceUri : L"");
+    if (m_pContext) {
+        m_pContext->SetDefaultNamespace(uri);
+    } else {
+        m_strDefaultNamespace = std::move(uri);
+    }
+}
+
+void CXmlWriter::AddNamespace(const wchar_t* prefix, const wchar_t* namespaceUri)
+{
+    std::wstring strPrefix(prefix ? prefix : L"");
+    std::wstring uri(namespaceUri ? namespaceUri : L"");
+    if (m_pContext) {
+        m_pContext->AddNamespace(strPrefix, uri);
+    } else {
+        m_mapNamespaceAlias[uri] = std::move(strPrefix);
+    }
+}
+
+void CXmlWriter::SetContentHint(uint32_t hint)
+{
+    if (m_pContext) {
+        m_pContext->SetContentHint(hint);
+    }
+}
+
+CXmlWriter::CXmlWriterContext* CXmlWriter::PushContext(const wchar_t* localName,
+                                                       const wchar_t* namespaceUri)
+{
+    CXmlWriterContext* context;
+    if (m_freeContexts.empty()) {
+        // Room in the free list for every context made, so that PopContext
+        // never allocates (and so can never fail) when it hands one back.
+        m_freeContexts.reserve(m_dwContextCount + 1);
+        context = new CXmlWriterContext;
+        ++m_dwContextCount;
+    } else {
+        context = m_freeContexts.back();
+        m_freeContexts.pop_back();
+    }
+    try {
+        context->Init(m_pContext, localName, namespaceUri, &m_mapNamespaceAlias,
+                      &m_strDefaultNamespace);
+    } catch (...) {
+        context->ReleaseScope();
+        m_freeContexts.push_back(context);
+        throw;
+    }
+    m_pContext = context;
+    return context;
+}
+
+void CXmlWriter::PopContext()
+{
+    assert(m_pContext != nullptr && "m_pContext != 0");
+    CXmlWriterContext* closed = m_pContext;
+    m_pContext = closed->m_pParent;
+    closed->ReleaseScope();
+    closed->m_pParent = nullptr;
+    m_freeContexts.push_back(closed);
+}
+
+std::wstring CXmlWriter::GeneratePrefix() const
+{
+    const NamespaceMap& map = m_pContext ? m_pContext->GetNamespaceMap() : m_mapNamespaceAlias;
+    // Mark the candidate numbers already taken in one pass over the map, so
+    // that an element with hundreds of generated prefixes stays cheap.
+    std::vector<bool> taken(map.size() + 1, false);
+    for (const auto& entry : map) {
+        const std::wstring& prefix = entry.second;
+        if (prefix.size() == 2 && prefix[0] >= L'A' && prefix[1] >= L'A' && prefix[1] <= L'Z') {
+            const size_t n = static_cast<size_t>(prefix[0] - L'A') * 26 + (prefix[1] - L'A');
+            if (n < taken.size()) {
+                taken[n] = true;
+            }
+        }
+    }
+    // One of the first map.size() + 1 candidates is always free.
+    size_t n = 0;
+    while (taken[n]) {
+        ++n;
+    }
+    // Past n = 675 the first letter runs beyond 'Z' in code-point order; such
+    // prefixes are still unique, so they are kept.
+    std::wstring candidate(2, L'A');
+    candidate[0] = static_cast<wchar_t>(L'A' + n / 26);
+    candidate[1] = static_cast<wchar_t>(L'A' + n % 26);
+    return candidate;
+}
+
+} // namespace VxXmlLib16

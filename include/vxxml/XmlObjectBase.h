@@ -85,7 +85,7 @@ public:
     // restrictions and see values only as variants. A nil variant has no
     // value and passes. A variant of a kind without a check (no value, a
     // bound object, a collection) throws CVxInvalidValueException
-    // "Unknown type [<number>]".
+    // "Unknown type [%d] for the value of %s" (kind number, name).
     static void Throw_IfInvalidValue(const wchar_t* name, const VxVariant& value,
                                      const VxXmlLib16Data::CPrimitiveRestrictions& restrictions);
 

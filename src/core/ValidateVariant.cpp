@@ -1,8 +1,6 @@
 // The facet check of a value held in a variant: metadata sees property values
 // only as variants and hands them here with the member's restrictions.
 
-#if __has_include(<vxxml/VxVariant.h>)
-
 #include <vxxml/BigInteger.h>
 #include <vxxml/BinaryData.h>
 #include <vxxml/DateTime.h>
@@ -31,7 +29,7 @@ void CXmlObjectBase::Throw_IfInvalidValue(const wchar_t* name, const VxVariant& 
     case ItemType_base64Binary:
         return Throw_IfInvalid_base64Binary(name, value.GetBase64Binary(), r);
     case ItemType_i1:
-        return Throw_IfInvalid_i1(name, static_cast<int8_t>(value.GetI1()), r);
+        return Throw_IfInvalid_i1(name, value.GetI1(), r);
     case ItemType_i2:
         return Throw_IfInvalid_i2(name, value.GetI2(), r);
     case ItemType_i4:
@@ -86,5 +84,3 @@ void CXmlObjectBase::Throw_IfInvalidValue(const wchar_t* name, const VxVariant& 
 }
 
 } // namespace VxXmlLib16
-
-#endif

@@ -343,6 +343,79 @@ TEST(ValidationTest, PatternsThatCannotBeUsedAreWrappedWithTheValue)
                      CVxException, L"Invalid Value for S [ab].");
 }
 
+// --- The variant entry point ------------------------------------------------
+
+struct VariantCase
+{
+    ItemType type;
+    const wchar_t* text;
+    CPrimitiveRestrictions restrictions;
+    const wchar_t* message;
+};
+
+TEST(ValidationTest, VariantsReachTheCheckOfTheirKind)
+{
+    const VariantCase cases[] = {
+        {ItemType_hexBinary, L"0A0B", Lengths(-1, 1, -1), L"Invalid Value for v [0A0B]."},
+        {ItemType_base64Binary, L"CgsM", Lengths(-1, 2, -1), L"Invalid Value for v [CgsM]."},
+        {ItemType_i1, L"-5", Bounds(L"0", nullptr), L"Invalid Value for v [-5]"},
+        {ItemType_i2, L"300", Bounds(nullptr, L"299"), L"Invalid Value for v [300]"},
+        {ItemType_i4, L"-123", Digits(3), L"Invalid Value for v [-123]"},
+        {ItemType_i8, L"10", Bounds(nullptr, nullptr, nullptr, L"10"),
+         L"Invalid Value for v [10]."},
+        {ItemType_ui1, L"7", Bounds(nullptr, L"6"), L"Invalid Value for v [7]"},
+        {ItemType_ui2, L"7", Bounds(L"8", nullptr), L"Invalid Value for v [7]"},
+        {ItemType_ui4, L"4000000000", Bounds(nullptr, L"1"), L"Invalid Value for v [4000000000]"},
+        {ItemType_ui8, L"5", Bounds(nullptr, nullptr, L"5"), L"Invalid Value for v [5]."},
+        {ItemType_r4, L"2.5", Bounds(nullptr, L"2"), L"Invalid Value for v [2.500000]"},
+        {ItemType_r8, L"-2.5", Bounds(L"2", nullptr), L"Invalid Value for v [-2.500000]"},
+        {ItemType_duration, L"PT25H", Bounds(nullptr, L"P1D"), L"Invalid Value for v [PT25H]."},
+        {ItemType_yearMonth, L"2024-02", Bounds(L"2024-03", nullptr),
+         L"Invalid Value for v [2024-02]."},
+        {ItemType_monthDay, L"--02-29", Bounds(nullptr, nullptr, nullptr, L"--02-29"),
+         L"Invalid Value for v [--02-29]."},
+        {ItemType_year, L"1999", Bounds(L"2000", nullptr), L"Invalid Value for v [1999]"},
+        {ItemType_month, L"--07", Bounds(nullptr, L"--06"), L"Invalid Value for v [7]"},
+        {ItemType_day, L"---01", Bounds(nullptr, nullptr, L"---01"), L"Invalid Value for v [1]"},
+        {ItemType_date, L"2024-01-01", Bounds(L"2024-01-02", nullptr),
+         L"Invalid Value for v [2024-01-01]."},
+        {ItemType_datetime, L"2024-01-01T00:00:00", Bounds(nullptr, L"2023-12-31T23:59:59"),
+         L"Invalid Value for v [2024-01-01T00:00:00]."},
+        {ItemType_time, L"12:00:00", Bounds(nullptr, nullptr, L"12:00:00"),
+         L"Invalid Value for v [12:00:00]."},
+        {ItemType_char, L"X", Lengths(-1, -1, -1, L"[a-z]"), L"Invalid Value for v [X]."},
+        {ItemType_string, L"abc", Lengths(-1, -1, 2), L"Invalid Value for v [abc]."},
+        {ItemType_decimal, L"12.345", Digits(-1, 2), L"Invalid Value for v [12.345]."},
+        {ItemType_integer, L"-123", Digits(3), L"Invalid Value for v [-123]."},
+    };
+    for (const VariantCase& c : cases) {
+        SCOPED_TRACE(static_cast<int>(c.type));
+        VxVariant value;
+        value.FromString(c.text, c.type, kCollapse);
+        EXPECT_THROW_MSG(CXmlObjectBase::Throw_IfInvalidValue(L"v", value, c.restrictions),
+                         CVxException, c.message);
+        EXPECT_NO_THROW(
+            CXmlObjectBase::Throw_IfInvalidValue(L"v", value, CPrimitiveRestrictions()));
+        // A nil value has nothing to check.
+        value.SetNil();
+        EXPECT_NO_THROW(CXmlObjectBase::Throw_IfInvalidValue(L"v", value, c.restrictions));
+    }
+    VxVariant flag;
+    flag.SetBoolean(true);
+    EXPECT_NO_THROW(CXmlObjectBase::Throw_IfInvalidValue(L"v", flag, Lengths(9, 9, 9, L"x")));
+}
+
+TEST(ValidationTest, VariantsWithoutAValueKindAreRefused)
+{
+    VxVariant none;
+    EXPECT_THROW_MSG(CXmlObjectBase::Throw_IfInvalidValue(L"v", none, CPrimitiveRestrictions()),
+                     CVxInvalidValueException, L"Unknown type [0] for the value of v");
+    VxVariant object;
+    object.SetXmlObject(nullptr);
+    EXPECT_THROW_MSG(CXmlObjectBase::Throw_IfInvalidValue(L"v", object, CPrimitiveRestrictions()),
+                     CVxInvalidValueException, L"Unknown type [27] for the value of v");
+}
+
 // --- Agreement with an independent validator ------------------------------
 
 struct OracleCase

@@ -48,6 +48,7 @@ private:
     friend class CXmlDocument;
 
     CXmlAttribute(CXmlElement* element, const detail::XmlName* name, uint32_t valueBytes);
+    CXmlAttribute(const CXmlAttribute& sibling, const detail::XmlName* name, uint32_t valueBytes);
     ~CXmlAttribute() override;
 
     // Allocates the attribute together with room for its UTF-8 value.

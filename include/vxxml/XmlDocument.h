@@ -114,7 +114,7 @@ private:
 
     const detail::XmlName* InternName(const wchar_t* namespaceUri, const wchar_t* localName);
     detail::NodePool& Pool();
-    CXmlElement* NewElement(CXmlElement* parent);
+    CXmlElement* NewRootElement(const detail::XmlName* name);
 
     // Input bytes of the current parse; owned only when m_pOwnedInput is set.
     const unsigned char* m_pInput = nullptr;

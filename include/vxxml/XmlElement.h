@@ -64,7 +64,10 @@ private:
     friend class CXmlDocument;
     friend class CXmlAttribute;
 
-    CXmlElement(CXmlDocument* document, CXmlElement* parent);
+    // The document element, and a child (whose instance-monitor entry is
+    // taken from its parent: same class, no lookup by name).
+    CXmlElement(CXmlDocument* document, const detail::XmlName* name);
+    CXmlElement(CXmlElement* parent, const detail::XmlName* name);
     ~CXmlElement() override;
 
     static void Destroy(CXmlElement* element);
@@ -76,6 +79,7 @@ private:
 
     // The UTF-8 paths used while building.
     void AddAttributeUtf8(const detail::XmlName* name, const char* value, size_t bytes);
+    CXmlElement* AppendChild(const detail::XmlName* name);
     void AppendTextUtf8(const char* text, size_t bytes);
     // Gives back spare text capacity once the element is complete.
     void ShrinkText();

@@ -3,6 +3,7 @@
 
 #include <vxxml/Base64.h>
 #include <vxxml/BigInteger.h>
+#include <vxxml/ClassFactoryBase.h>
 #include <vxxml/BinaryData.h>
 #include <vxxml/BinaryStream.h>
 #include <vxxml/Conversions.h>

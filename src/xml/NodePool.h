@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <new>
+#include <sys/mman.h>
 #include <vector>
 
 namespace VxXmlLib16::detail {
@@ -105,6 +106,10 @@ public:
             std::free(chunk);
         }
         m_chunks.clear();
+        for (void* chunk : m_mappedChunks) {
+            munmap(chunk, kMappedChunk);
+        }
+        m_mappedChunks.clear();
         for (FreeBlock*& head : m_free) {
             head = nullptr;
         }
@@ -126,13 +131,18 @@ private:
 #endif
     static constexpr size_t kMaxSmall = 1024;
     static constexpr size_t kFirstChunk = 4096;
-    static constexpr size_t kLargestChunk = 1 << 20;
+    static constexpr size_t kLargestChunk = 1 << 20; // from malloc
+    static constexpr size_t kMappedChunk = 2 << 20;
 
     void NewChunk()
     {
+        if (m_nextChunk > kLargestChunk) {
+            NewMappedChunk();
+            return;
+        }
         // Chunks grow so that a tiny document stays tiny and a large one
         // needs few of them; the tail of the previous chunk is abandoned
-        // (at most kMaxSmall bytes per chunk).
+        // (less than kMaxSmall bytes per chunk).
         m_chunks.reserve(m_chunks.size() + 1);
         void* chunk = std::malloc(m_nextChunk);
         if (chunk == nullptr) {
@@ -141,15 +151,31 @@ private:
         m_chunks.push_back(chunk);
         m_cursor = static_cast<char*>(chunk);
         m_end = m_cursor + m_nextChunk;
-        if (m_nextChunk < kLargestChunk) {
-            m_nextChunk *= 2;
+        m_nextChunk *= 2;
+    }
+
+    // A large tree takes its memory in 2 MiB mappings whose pages the kernel
+    // fills in one go (MAP_POPULATE) instead of one page fault per 4 KiB page
+    // as the nodes are written; that is a noticeable part of building a tree
+    // of hundreds of megabytes. Only the last mapping can be partly unused.
+    void NewMappedChunk()
+    {
+        m_mappedChunks.reserve(m_mappedChunks.size() + 1);
+        void* chunk = mmap(nullptr, kMappedChunk, PROT_READ | PROT_WRITE,
+                           MAP_PRIVATE | MAP_ANONYMOUS | MAP_POPULATE, -1, 0);
+        if (chunk == MAP_FAILED) {
+            throw std::bad_alloc();
         }
+        m_mappedChunks.push_back(chunk);
+        m_cursor = static_cast<char*>(chunk);
+        m_end = m_cursor + kMappedChunk;
     }
 
     FreeBlock* m_free[kMaxSmall / 16 + 1] = {};
     char* m_cursor = nullptr;
     char* m_end = nullptr;
     std::vector<void*> m_chunks;
+    std::vector<void*> m_mappedChunks;
     size_t m_nextChunk = kFirstChunk;
     bool m_discarding = false;
 };

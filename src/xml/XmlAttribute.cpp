@@ -30,6 +30,13 @@ CXmlAttribute::CXmlAttribute(CXmlElement* element, const detail::XmlName* name, 
 {
 }
 
+CXmlAttribute::CXmlAttribute(const CXmlAttribute& sibling, const detail::XmlName* name,
+                             uint32_t valueBytes)
+    : CInstanceMonitor(sibling), m_pElement(sibling.m_pElement), m_pName(name),
+      m_cbValue(valueBytes)
+{
+}
+
 CXmlAttribute::~CXmlAttribute()
 {
     delete m_pWideValue;
@@ -43,7 +50,11 @@ CXmlAttribute* CXmlAttribute::Create(detail::NodePool& pool, CXmlElement* elemen
         throw std::bad_alloc();
     }
     void* block = pool.Allocate(sizeof(CXmlAttribute) + valueBytes);
-    auto* attribute = new (block) CXmlAttribute(element, name, static_cast<uint32_t>(valueBytes));
+    const auto bytes = static_cast<uint32_t>(valueBytes);
+    // A sibling attribute already holds this class's monitor entry.
+    const std::vector<CXmlAttribute*>& siblings = element->GetAttributes();
+    auto* attribute = siblings.empty() ? new (block) CXmlAttribute(element, name, bytes)
+                                       : new (block) CXmlAttribute(*siblings.back(), name, bytes);
     if (valueBytes != 0) {
         std::memcpy(static_cast<char*>(block) + sizeof(CXmlAttribute), value, valueBytes);
     }

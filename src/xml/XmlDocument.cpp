@@ -70,9 +70,11 @@ CXmlDocument::CXmlDocument(const CXmlDocument& other)
     if (source == nullptr) {
         return;
     }
-    // Copies one element's own content (name, attributes, text).
+    auto nameOf = [this](const detail::XmlName* n) {
+        return InternName(n->ns.c_str(), n->local.c_str());
+    };
+    // Copies one element's attributes and text.
     auto copyContent = [this](const CXmlElement* from, CXmlElement* to) {
-        to->m_pName = InternName(from->m_pName->ns.c_str(), from->m_pName->local.c_str());
         to->m_attributes.reserve(from->m_attributes.size());
         for (const CXmlAttribute* a : from->m_attributes) {
             to->AddAttributeUtf8(InternName(a->m_pName->ns.c_str(), a->m_pName->local.c_str()),
@@ -80,7 +82,7 @@ CXmlDocument::CXmlDocument(const CXmlDocument& other)
         }
         to->AppendTextUtf8(from->m_pText, from->m_cbText);
     };
-    m_pDocElement = NewElement(nullptr);
+    NewRootElement(nameOf(source->m_pName));
     // Depth-first without recursion: pairs of (source, copy) still to fill.
     std::vector<std::pair<const CXmlElement*, CXmlElement*>> pending{{source, m_pDocElement}};
     while (!pending.empty()) {
@@ -88,7 +90,7 @@ CXmlDocument::CXmlDocument(const CXmlDocument& other)
         pending.pop_back();
         copyContent(from, to);
         for (const CXmlElement* c = from->m_pFirstChild; c != nullptr; c = c->m_pNextSibling) {
-            pending.emplace_back(c, to->CreateNewChildElement());
+            pending.emplace_back(c, to->AppendChild(nameOf(c->m_pName)));
         }
     }
 }
@@ -340,9 +342,11 @@ detail::NodePool& CXmlDocument::Pool()
     return m_pStore->pool;
 }
 
-CXmlElement* CXmlDocument::NewElement(CXmlElement* parent)
+CXmlElement* CXmlDocument::NewRootElement(const detail::XmlName* name)
 {
-    return new (m_pStore->pool.Allocate(sizeof(CXmlElement))) CXmlElement(this, parent);
+    assert(m_pDocElement == nullptr && "one document element per document");
+    m_pDocElement = new (m_pStore->pool.Allocate(sizeof(CXmlElement))) CXmlElement(this, name);
+    return m_pDocElement;
 }
 
 const detail::XmlName* CXmlDocument::InternName(const wchar_t* namespaceUri,
@@ -353,10 +357,7 @@ const detail::XmlName* CXmlDocument::InternName(const wchar_t* namespaceUri,
 
 CXmlElement* CXmlDocument::AddDocElement(const wchar_t* namespaceUri, const wchar_t* localName)
 {
-    assert(m_pDocElement == nullptr && "one document element per document");
-    CXmlElement* root = NewElement(nullptr);
-    m_pDocElement = root;
-    root->m_pName = InternName(namespaceUri, localName);
+    CXmlElement* root = NewRootElement(InternName(namespaceUri, localName));
     m_pElementStack.push_back(root);
     m_previousLastChild.push_back(nullptr);
     return root;
@@ -367,8 +368,7 @@ CXmlElement* CXmlDocument::AddChildElement(const wchar_t* namespaceUri, const wc
     assert(!m_pElementStack.empty() && "a child needs an open parent");
     CXmlElement* parent = m_pElementStack.back();
     m_previousLastChild.back() = parent->m_pLastChild;
-    CXmlElement* child = parent->CreateNewChildElement();
-    child->m_pName = InternName(namespaceUri, localName);
+    CXmlElement* child = parent->AppendChild(InternName(namespaceUri, localName));
     m_pElementStack.push_back(child);
     m_previousLastChild.push_back(nullptr);
     return child;
@@ -379,14 +379,12 @@ CXmlElement* CXmlDocument::StartElementUtf8(const char* expandedName, const char
     const detail::XmlName* name = m_pStore->names.Intern(expandedName);
     CXmlElement* element;
     if (m_pDocElement == nullptr) {
-        element = NewElement(nullptr);
-        m_pDocElement = element;
+        element = NewRootElement(name);
     } else {
         CXmlElement* parent = m_pElementStack.back();
         m_previousLastChild.back() = parent->m_pLastChild;
-        element = parent->CreateNewChildElement();
+        element = parent->AppendChild(name);
     }
-    element->m_pName = name;
     m_pElementStack.push_back(element);
     m_previousLastChild.push_back(nullptr);
 

@@ -18,9 +18,14 @@ const std::wstring& EmptyString()
 
 } // namespace
 
-CXmlElement::CXmlElement(CXmlDocument* document, CXmlElement* parent)
-    : CInstanceMonitor(L"CXmlElement"), m_pDocument(document), m_pParent(parent),
-      m_pName(document->InternName(L"", L""))
+CXmlElement::CXmlElement(CXmlDocument* document, const detail::XmlName* name)
+    : CInstanceMonitor(L"CXmlElement"), m_pDocument(document), m_pParent(nullptr), m_pName(name)
+{
+}
+
+CXmlElement::CXmlElement(CXmlElement* parent, const detail::XmlName* name)
+    : CInstanceMonitor(static_cast<const CInstanceMonitor&>(*parent)),
+      m_pDocument(parent->m_pDocument), m_pParent(parent), m_pName(name)
 {
 }
 
@@ -243,7 +248,13 @@ void CXmlElement::ShrinkText()
 
 CXmlElement* CXmlElement::CreateNewChildElement()
 {
-    CXmlElement* child = m_pDocument->NewElement(this);
+    return AppendChild(m_pDocument->InternName(L"", L""));
+}
+
+CXmlElement* CXmlElement::AppendChild(const detail::XmlName* name)
+{
+    detail::NodePool& pool = m_pDocument->Pool();
+    CXmlElement* child = new (pool.Allocate(sizeof(CXmlElement))) CXmlElement(this, name);
     if (m_pLastChild == nullptr) {
         m_pFirstChild = child;
     } else {

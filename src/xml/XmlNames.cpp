@@ -60,12 +60,26 @@ void AppendWide(std::string& out, const wchar_t* text, size_t count)
     }
 }
 
-const XmlName* XmlNameTable::Intern(std::string_view expandedName)
+namespace {
+
+// FNV-1a: short keys, one pass, no division.
+inline size_t Fnv(size_t h, unsigned char c)
 {
-    auto it = m_names.find(expandedName);
-    if (it != m_names.end()) {
-        return &it->second;
+    return (h ^ c) * 0x100000001B3ull;
+}
+constexpr size_t kFnvBasis = 0xCBF29CE484222325ull;
+
+size_t HashOf(std::string_view s)
+{
+    size_t h = kFnvBasis;
+    for (char c : s) {
+        h = Fnv(h, static_cast<unsigned char>(c));
     }
+    return h;
+}
+
+XmlName Split(std::string_view expandedName)
+{
     XmlName name;
     const size_t bar = expandedName.rfind('|');
     if (bar == std::string_view::npos) {
@@ -74,7 +88,73 @@ const XmlName* XmlNameTable::Intern(std::string_view expandedName)
         AppendUtf8(name.ns, expandedName.data(), bar);
         AppendUtf8(name.local, expandedName.data() + bar + 1, expandedName.size() - bar - 1);
     }
-    return &m_names.emplace(std::string(expandedName), std::move(name)).first->second;
+    return name;
+}
+
+} // namespace
+
+const XmlName* XmlNameTable::Find(std::string_view key, size_t hash) const
+{
+    if (m_slots.empty()) {
+        return nullptr;
+    }
+    const size_t mask = m_slots.size() - 1;
+    for (size_t i = hash & mask;; i = (i + 1) & mask) {
+        const Entry* e = m_slots[i];
+        if (e == nullptr) {
+            return nullptr;
+        }
+        if (e->hash == hash && e->key == key) {
+            return &e->name;
+        }
+    }
+}
+
+const XmlName* XmlNameTable::Add(std::string_view key, size_t hash, XmlName name)
+{
+    if ((m_entries.size() + 1) * 2 > m_slots.size()) {
+        std::vector<Entry*> slots(m_slots.empty() ? 64 : m_slots.size() * 2, nullptr);
+        const size_t mask = slots.size() - 1;
+        for (Entry& e : m_entries) {
+            size_t i = e.hash & mask;
+            while (slots[i] != nullptr) {
+                i = (i + 1) & mask;
+            }
+            slots[i] = &e;
+        }
+        m_slots.swap(slots);
+    }
+    Entry& entry = m_entries.emplace_back(Entry{std::string(key), std::move(name), hash});
+    const size_t mask = m_slots.size() - 1;
+    size_t i = hash & mask;
+    while (m_slots[i] != nullptr) {
+        i = (i + 1) & mask;
+    }
+    m_slots[i] = &entry;
+    return &entry.name;
+}
+
+const XmlName* XmlNameTable::Intern(const char* expandedName)
+{
+    size_t h = kFnvBasis;
+    const char* p = expandedName;
+    for (; *p != 0; ++p) {
+        h = Fnv(h, static_cast<unsigned char>(*p));
+    }
+    const std::string_view key(expandedName, static_cast<size_t>(p - expandedName));
+    if (const XmlName* found = Find(key, h)) {
+        return found;
+    }
+    return Add(key, h, Split(key));
+}
+
+const XmlName* XmlNameTable::Intern(std::string_view expandedName)
+{
+    const size_t h = HashOf(expandedName);
+    if (const XmlName* found = Find(expandedName, h)) {
+        return found;
+    }
+    return Add(expandedName, h, Split(expandedName));
 }
 
 const XmlName* XmlNameTable::Intern(const wchar_t* ns, const wchar_t* local)
@@ -95,16 +175,17 @@ const XmlName* XmlNameTable::Intern(const wchar_t* ns, const wchar_t* local)
         m_key += '|';
     }
     AppendWide(m_key, local, std::wcslen(local));
-    auto it = m_names.find(std::string_view(m_key));
-    if (it != m_names.end()) {
-        return &it->second;
+    const size_t h = HashOf(m_key);
+    if (const XmlName* found = Find(m_key, h)) {
+        return found;
     }
-    return &m_names.emplace(m_key, XmlName{ns, local}).first->second;
+    return Add(m_key, h, XmlName{ns, local});
 }
 
 void XmlNameTable::Clear()
 {
-    m_names.clear();
+    m_slots.clear();
+    m_entries.clear();
     m_unkeyed.clear();
 }
 

@@ -9,7 +9,7 @@
 #include <deque>
 #include <string>
 #include <string_view>
-#include <unordered_map>
+#include <vector>
 
 namespace VxXmlLib16::detail {
 
@@ -34,20 +34,26 @@ public:
     // expandedName is "uri|local" as expat reports it with namespace
     // processing, or a plain name. The URI is what stands before the last
     // '|' (a URI may contain '|', a name may not).
+    const XmlName* Intern(const char* expandedName);
     const XmlName* Intern(std::string_view expandedName);
     const XmlName* Intern(const wchar_t* ns, const wchar_t* local);
     void Clear();
 
 private:
-    struct Hash
+    // Looked up once per element and attribute, so it is a small
+    // open-addressing table (a document has few distinct names) that hashes
+    // and measures the name in one pass, rather than a node-based map.
+    struct Entry
     {
-        using is_transparent = void;
-        size_t operator()(std::string_view s) const noexcept
-        {
-            return std::hash<std::string_view>{}(s);
-        }
+        std::string key;
+        XmlName name;
+        size_t hash;
     };
-    std::unordered_map<std::string, XmlName, Hash, std::equal_to<>> m_names;
+    const XmlName* Find(std::string_view key, size_t hash) const;
+    const XmlName* Add(std::string_view key, size_t hash, XmlName name);
+
+    std::deque<Entry> m_entries;
+    std::vector<Entry*> m_slots; // power-of-two size, at most half full
     // Names that cannot be keyed as "uri|local" (a local name with '|',
     // possible only through the wide building operations).
     std::deque<XmlName> m_unkeyed;

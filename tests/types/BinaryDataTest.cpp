@@ -59,6 +59,36 @@ std::wstring ReferenceBase64(const Bytes& in)
     return out;
 }
 
+// Decodes the obvious way: low seven bits, skip blanks and '=', any other
+// non-alphabet character makes the result empty, whole bytes only.
+Bytes ReferenceDecode(const std::wstring& text)
+{
+    const std::string alphabet = kAlphabet;
+    std::vector<int> bits;
+    for (wchar_t c : text) {
+        const char a = static_cast<char>(static_cast<uint32_t>(c) & 0x7F);
+        if (a == '=' || a == ' ' || a == '\t' || a == '\r' || a == '\n') {
+            continue;
+        }
+        const size_t v = alphabet.find(a);
+        if (a == '\0' || v == std::string::npos) {
+            return {};
+        }
+        for (int k = 5; k >= 0; --k) {
+            bits.push_back(static_cast<int>(v >> k) & 1);
+        }
+    }
+    Bytes out;
+    for (size_t i = 0; i + 8 <= bits.size(); i += 8) {
+        int b = 0;
+        for (size_t k = 0; k < 8; ++k) {
+            b = b * 2 + bits[i + k];
+        }
+        out.push_back(static_cast<unsigned char>(b));
+    }
+    return out;
+}
+
 std::wstring ReferenceHex(const Bytes& in)
 {
     std::wstring out;
@@ -360,4 +390,30 @@ TEST(BinaryData, Base64EdgeCases)
     EXPECT_EQ(d.GetData(), nullptr);
     d.SetAsBase64(L"====");
     EXPECT_EQ(d.GetLength(), 0u);
+}
+
+// Random text mixing symbols, blanks, '=' and characters above U+007F in any
+// position, so that the fast paths are entered and left at every alignment.
+TEST(BinaryData, Base64DecodeRandomTextAgainstReference)
+{
+    std::mt19937 rng(8);
+    for (int round = 0; round < 3000; ++round) {
+        std::wstring text;
+        const size_t n = rng() % 40;
+        for (size_t i = 0; i < n; ++i) {
+            const unsigned pick = rng() % 100;
+            wchar_t c = static_cast<wchar_t>(kAlphabet[rng() % 64]);
+            if (pick < 8) {
+                c = L" \t\r\n="[rng() % 5];
+            } else if (pick < 14) {
+                c = static_cast<wchar_t>(c + 0x80 * (1 + rng() % 500)); // same low seven bits
+            } else if (pick == 14 && rng() % 4 == 0) {
+                c = static_cast<wchar_t>(1 + rng() % 0x7F); // often invalid
+            }
+            text += c;
+        }
+        CBinaryData d;
+        d.SetAsBase64(text.c_str());
+        ASSERT_EQ(ToBytes(d), ReferenceDecode(text)) << Narrow(text);
+    }
 }

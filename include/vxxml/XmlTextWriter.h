@@ -13,10 +13,11 @@ namespace VxXmlLib16 {
 
 // Escaping: in element text and comments &, < and > become entity
 // references and a line feed becomes the writer's line end; in attribute
-// values the quotation mark becomes &quot; and a line feed &#xA; as well.
+// values the quotation mark becomes &quot;, a line feed &#xA; and a tab
+// &#x9; as well (a raw tab or line feed would be read back as a space).
 // Carriage returns are dropped everywhere: line ends in text are expected as
 // single line feeds and are re-created from the EOL type. All other
-// characters (apostrophe, tab, non-ASCII) are written as they are.
+// characters (apostrophe, tab in text, non-ASCII) are written as they are.
 //
 // After every construct the writer flushes the stream once it holds 4096 or
 // more characters, so that file streams write in chunks and memory stays flat.

@@ -8,6 +8,7 @@
 #include <memory>
 #include <unistd.h>
 #include <utility>
+#include <vxxml/Encoder.h>
 #include <vxxml/Exceptions.h>
 #include <vxxml/FormatString.h>
 #include <vxxml/SerializationContext.h>
@@ -189,13 +190,12 @@ void CXmlDocument::LoadXml(const wchar_t* text)
     if (text == nullptr || *text == 0) {
         throw CVxException(kInvalidOrEmpty);
     }
-    std::string bytes;
-    detail::AppendWide(bytes, text, std::wcslen(text));
-    if (bytes.size() > UINT32_MAX) {
-        throw CVxException(L"The XML text is larger than 4 GiB");
-    }
-    m_pInput = reinterpret_cast<const unsigned char*>(bytes.data());
-    m_cbInput = static_cast<uint32_t>(bytes.size());
+    // A character that is no Unicode scalar value (a surrogate, or beyond
+    // U+10FFFF) has no UTF-8 form: the encoder refuses it, naming it and its
+    // position, instead of the text being read with it replaced.
+    const CBinaryData bytes = Utf16ToUtf8(text);
+    m_pInput = bytes.GetData();
+    m_cbInput = bytes.GetLength();
     try {
         ParseText(true);
     } catch (...) {

@@ -77,8 +77,9 @@ TEST(XmlTextWriter, EscapesTextAndAttributeValuesByTheirOwnTables)
     f.writer.WriteAttribute(L"v", L"", input, ItemType_string);
     f.writer.WriteElementText(input, ItemType_string, false);
     f.writer.EndElement();
-    EXPECT_EQ(f.Text(), L"<r v=\"&amp;a&lt;b&gt;c&quot;d'e\tf&#xA;g\U0001F600\u00E9&lt;&gt;&amp;\">"
-                        L"&amp;a&lt;b&gt;c\"d'e\tf\ng\U0001F600\u00E9&lt;&gt;&amp;</r>");
+    EXPECT_EQ(f.Text(),
+              L"<r v=\"&amp;a&lt;b&gt;c&quot;d'e&#x9;f&#xA;g\U0001F600\u00E9&lt;&gt;&amp;\">"
+              L"&amp;a&lt;b&gt;c\"d'e\tf\ng\U0001F600\u00E9&lt;&gt;&amp;</r>");
 }
 
 TEST(XmlTextWriter, LineFeedsInTextFollowTheEOLTypeAndCarriageReturnsVanish)

@@ -13,10 +13,11 @@ namespace VxXmlLib16 {
 
 // Escaping: in element text and comments &, < and > become entity
 // references and a line feed becomes the writer's line end; in attribute
-// values the quotation mark becomes &quot; and a line feed &#xA; as well.
+// values the quotation mark becomes &quot;, a line feed &#xA; and a tab
+// &#x9; as well (a raw tab or line feed would be read back as a space).
 // Carriage returns are dropped everywhere: line ends in text are expected as
 // single line feeds and are re-created from the EOL type. All other
-// characters (apostrophe, tab, non-ASCII) are written as they are.
+// characters (apostrophe, tab in text, non-ASCII) are written as they are.
 //
 // After every construct the writer flushes the stream once it holds 4096 or
 // more characters, so that file streams write in chunks and memory stays flat.
@@ -32,7 +33,8 @@ public:
 
     // Opens the stream.
     void StartDocument() override;
-    // Closes the stream, then fails if an element is still open.
+    // Hands the stream everything buffered and closes it, then fails if an
+    // element is still open.
     void EndDocument() override;
     // "<!--text-->" and a line end, where the stream stands (no indentation,
     // a pending start tag stays open).
@@ -102,9 +104,9 @@ private:
     // Up to the terminating zero; null puts nothing.
     void PutText(const wchar_t* text);
     void Drain();
-    // Ends every writing operation: once the stream and the buffer together
-    // hold 4096 characters or more, the stream gets the buffered text and is
-    // flushed.
+    // Ends every writing operation: flushes the stream once it holds 4096
+    // characters or more, handing it the buffered text first when only the
+    // two together reach that.
     void EndConstruct();
 
     void WriteEscaped(const wchar_t* text, bool attributeMode);

@@ -8,6 +8,7 @@
 #include <memory>
 #include <unistd.h>
 #include <utility>
+#include <vxxml/Encoder.h>
 #include <vxxml/Exceptions.h>
 #include <vxxml/FormatString.h>
 #include <vxxml/SerializationContext.h>
@@ -189,13 +190,12 @@ void CXmlDocument::LoadXml(const wchar_t* text)
     if (text == nullptr || *text == 0) {
         throw CVxException(kInvalidOrEmpty);
     }
-    std::string bytes;
-    detail::AppendWide(bytes, text, std::wcslen(text));
-    if (bytes.size() > UINT32_MAX) {
-        throw CVxException(L"The XML text is larger than 4 GiB");
-    }
-    m_pInput = reinterpret_cast<const unsigned char*>(bytes.data());
-    m_cbInput = static_cast<uint32_t>(bytes.size());
+    // A character that is no Unicode scalar value (a surrogate, or beyond
+    // U+10FFFF) has no UTF-8 form: the encoder refuses it, naming it and its
+    // position, instead of the text being read with it replaced.
+    const CBinaryData bytes = Utf16ToUtf8(text);
+    m_pInput = bytes.GetData();
+    m_cbInput = bytes.GetLength();
     try {
         ParseText(true);
     } catch (...) {
@@ -287,8 +287,13 @@ void CXmlDocument::ReadCompressedFile(const unsigned char* firstChunk, uint32_t 
 
 uint32_t CXmlDocument::ReadChunkFromFile(unsigned char* buffer)
 {
+    return ReadChunkFromFile(buffer, kFileChunkBytes);
+}
+
+uint32_t CXmlDocument::ReadChunkFromFile(unsigned char* buffer, uint32_t capacity)
+{
     for (;;) {
-        const ssize_t n = ::read(m_hFile, buffer, kFileChunkBytes);
+        const ssize_t n = ::read(m_hFile, buffer, capacity);
         if (n >= 0) {
             return static_cast<uint32_t>(n);
         }
@@ -307,9 +312,14 @@ void CXmlDocument::AsyncParse()
     const std::unique_ptr<unsigned char[]> buffer(new unsigned char[kFileChunkBytes]);
     uint64_t total = 0;
     for (;;) {
-        const uint32_t n = ReadChunkFromFile(buffer.get());
+        uint32_t n = ReadChunkFromFile(buffer.get());
         if (n == 0) {
             break;
+        }
+        if (total == 0 && n == 1) {
+            // A pipe may deliver a single byte first: the compression check
+            // needs two.
+            n += ReadChunkFromFile(buffer.get() + 1, kFileChunkBytes - 1);
         }
         if (total == 0 && LooksCompressed(buffer.get(), n)) {
             // Decompression needs the whole stream: read the rest of the

@@ -32,6 +32,7 @@ enum EscapeAction : unsigned char {
     Quot,
     LineFeedText, // the writer's line end
     LineFeedAttr, // &#xA;
+    TabAttr,      // &#x9;
     Drop,         // carriage return
 };
 
@@ -47,6 +48,9 @@ struct EscapeTables
         text[L'\r'] = attribute[L'\r'] = Drop;
         text[L'\n'] = LineFeedText;
         attribute[L'\n'] = LineFeedAttr;
+        // A raw tab in an attribute value is read back as a space (attribute
+        // value normalisation), so it must travel as a reference.
+        attribute[L'\t'] = TabAttr;
         attribute[L'"'] = Quot;
     }
 };
@@ -181,12 +185,14 @@ const wchar_t* FindSpecial(const wchar_t* p, const wchar_t* end, const unsigned 
     const __m128i lf = _mm_set1_epi32(L'\n');
     const __m128i cr = _mm_set1_epi32(L'\r');
     const __m128i quot = _mm_set1_epi32(attributeMode ? L'"' : L'&');
+    const __m128i tab = _mm_set1_epi32(attributeMode ? L'\t' : L'&');
     while (end - p >= 4) {
         const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
         const __m128i hits = _mm_or_si128(
             _mm_or_si128(_mm_or_si128(_mm_cmpeq_epi32(v, amp), _mm_cmpeq_epi32(v, lt)),
                          _mm_or_si128(_mm_cmpeq_epi32(v, gt), _mm_cmpeq_epi32(v, quot))),
-            _mm_or_si128(_mm_cmpeq_epi32(v, lf), _mm_cmpeq_epi32(v, cr)));
+            _mm_or_si128(_mm_or_si128(_mm_cmpeq_epi32(v, lf), _mm_cmpeq_epi32(v, cr)),
+                         _mm_cmpeq_epi32(v, tab)));
         const int mask = _mm_movemask_epi8(hits);
         if (mask != 0) {
             return p + __builtin_ctz(static_cast<unsigned>(mask)) / 4;
@@ -236,6 +242,9 @@ void CXmlTextWriter::WriteEscaped(const wchar_t* text, bool attributeMode)
             break;
         case LineFeedAttr:
             Put(L"&#xA;", 5);
+            break;
+        case TabAttr:
+            Put(L"&#x9;", 5);
             break;
         default: // Drop
             break;

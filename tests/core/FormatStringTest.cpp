@@ -26,3 +26,14 @@ TEST(FormatString, LongResultsGrowTheBuffer)
     ASSERT_EQ(out.size(), big.size() + 2);
     EXPECT_EQ(out.substr(1, big.size()), big);
 }
+
+TEST(FormatString, AnyWideCharacterValueIsFormatted)
+{
+    // Found by fuzzing: a wchar_t of -1 (WEOF as the C library reads %lc)
+    // made the whole message fail and the buffer grow to 256 MiB first.
+    const auto weof = static_cast<wchar_t>(-1);
+    const std::wstring out = FormatString(L"Invalid char [%c] in [%s] at %d", weof, L"x", 3);
+    EXPECT_EQ(out, std::wstring(L"Invalid char [") + weof + L"] in [x] at 3");
+    EXPECT_EQ(FormatString(L"%.2s|%*d|%-*s|%s", L"abc", 4, 7, 3, L"q", nullptr),
+              L"ab|   7|q  |(null)");
+}

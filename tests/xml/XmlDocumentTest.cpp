@@ -63,6 +63,20 @@ TEST(XmlDocument, WideTextKeepsAstralCharactersAndIgnoresDeclaredEncoding)
     EXPECT_EQ(&t->GetText(), &t->GetText());
 }
 
+TEST(XmlDocument, WideTextWithCharactersOutsideUnicodeIsRefusedNotReplaced)
+{
+    // Found by fuzzing: such characters used to be read as U+FFFD.
+    CXmlDocument doc;
+    const wchar_t beyond[] = {L'<', L't', L'>', static_cast<wchar_t>(0x110000), L'<', L'/',
+                              L't', L'>', 0};
+    EXPECT_THROW_MSG(doc.LoadXml(beyond), CVxException,
+                     L"Invalid character [0x110000] at position 3: cannot be encoded as UTF-8");
+    EXPECT_EQ(doc.GetDocumentElement(), nullptr);
+    const wchar_t surrogate[] = {L'<', L't', L' ', L'a', L'=', L'"', 0xD800, L'"', L'/', L'>', 0};
+    EXPECT_THROW_MSG(doc.LoadXml(surrogate), CVxException,
+                     L"Invalid character [0xD800] at position 6: cannot be encoded as UTF-8");
+}
+
 TEST(XmlDocument, XPathUsesPrefixesAndPositionOnlyForRepeatedNames)
 {
     CXmlDocument doc;

@@ -57,24 +57,22 @@ TEST(BigIntegerTest, ParsingKeepsItsLenientRules)
     const struct
     {
         const wchar_t *text, *expected;
-    } cases[] = {
-        {L"", L"0"},
-        {L"    ", L"0"},
-        {L"  -42  ", L"-42"},
-        {L"007", L"7"},
-        {L"+12", L"12"},
-        {L"1 2", L"2"},
-        {L"1-2", L"2"},
-        {L"-", L"0"},
-        {L"-0", L"0"},
-        {L"12.9", L"12"},
-        {L"-12.9", L"-12"},
-        {L"-0.5", L"0"},
-        {L"1E3", L"1000"},
-        {L"2.5e1", L"25"},
-        {L"\n7", L"7"},
-        {L"123456789012345678901234567890", L"123456789012345678901234567890"},
-    };
+    } cases[] = {{L"", L"0"},
+                 {L"    ", L"0"},
+                 {L"  -42  ", L"-42"},
+                 {L"007", L"7"},
+                 {L"+12", L"12"},
+                 {L"1 2", L"2"},
+                 {L"1-2", L"2"},
+                 {L"-", L"0"},
+                 {L"-0", L"0"},
+                 {L"12.9", L"12"},
+                 {L"-12.9", L"-12"},
+                 {L"-0.5", L"0"},
+                 {L"1E3", L"1000"},
+                 {L"2.5e1", L"25"},
+                 {L"\n7", L"7"},
+                 {L"123456789012345678901234567890", L"123456789012345678901234567890"}};
     for (const auto& c : cases) {
         EXPECT_EQ(CBigInteger(c.text).ToString(), c.expected) << Narrow(c.text);
     }
@@ -108,8 +106,7 @@ TEST(BigIntegerTest, NativeValuesAndConstants)
         {CBigInteger::MAX_DOUBLE, L"17" + std::wstring(307, L'0')},
         {CBigInteger::MIN_DOUBLE, L"-17" + std::wstring(307, L'0')},
         {CBigInteger::Pow10(0), L"1"},
-        {CBigInteger::Pow10(25), L"1" + std::wstring(25, L'0')},
-    };
+        {CBigInteger::Pow10(25), L"1" + std::wstring(25, L'0')}};
     for (const auto& [value, expected] : cases) {
         EXPECT_EQ(value.ToString(), expected);
     }

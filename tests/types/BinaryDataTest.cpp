@@ -270,8 +270,7 @@ TEST(BinaryData, HexRoundTripsAndErrors)
         {L"0 ", L"Invalid char in hex string [ ]"},
         {L"\u00C90", L"Invalid char in hex string [\u00C9]"},
         {L"\u01300", L"Invalid char in hex string [\u0130]"},
-        {L"abc", L"Invalid length in hex string"},
-    };
+        {L"abc", L"Invalid length in hex string"}};
     for (const auto& [text, message] : bad) {
         CBinaryData d = FromBytes({1});
         EXPECT_THROW_MSG(d.SetAsHexString(text), CVxException, message);

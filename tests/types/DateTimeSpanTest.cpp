@@ -6,7 +6,6 @@
 #include <tuple>
 #include <vector>
 #include <vxxml/DateTimeSpan.h>
-#include <vxxml/FormatString.h>
 
 using namespace VxXmlLib16;
 
@@ -41,21 +40,18 @@ TEST(DateTimeSpan, RandomFieldsRoundTrip)
         }
         const bool negative = uniform(0, 1) == 1;
 
-        std::wstring date;
-        std::wstring time;
-        const wchar_t designators[] = L"YMDHMS";
+        std::wstring date, time;
         for (int k = 0; k < 6; ++k) {
             const bool withFraction = k == 5 && !fractionText.empty();
             if (f[k] != 0 || withFraction) {
-                (k < 3 ? date : time) += FormatString(L"%lld", static_cast<long long>(f[k])) +
-                                         (withFraction ? L"." + fractionText : L"") +
-                                         designators[k];
+                (k < 3 ? date : time) += std::to_wstring(f[k]) +
+                                         (withFraction ? L"." + fractionText : L"") + L"YMDHMS"[k];
             }
         }
-        std::wstring text = (negative ? L"-P" : L"P") + date + (time.empty() ? L"" : L"T" + time);
-        if (date.empty() && time.empty()) {
-            text = L"PT0S";
-        }
+        const std::wstring text =
+            date.empty() && time.empty()
+                ? L"PT0S"
+                : (negative ? L"-P" : L"P") + date + (time.empty() ? L"" : L"T" + time);
         SCOPED_TRACE(Narrow(text));
         const CDateTimeSpan span = Span(text.c_str());
         ASSERT_EQ(span.ToString(), text);
@@ -79,8 +75,7 @@ TEST(DateTimeSpan, LexicalVariantsReadToTheirValue)
     const std::pair<const wchar_t*, const wchar_t*> cases[] = {
         {L"P0Y", L"PT0S"},   {L"-PT0.000S", L"PT0S"},
         {L"PT1.S", L"PT1S"}, {L"PT.5S", L"PT0.5S"},
-        {L"P007D", L"P7D"},  {L"PT1.1234567890123456789S", L"PT1.123456789012345678S"},
-    };
+        {L"P007D", L"P7D"},  {L"PT1.1234567890123456789S", L"PT1.123456789012345678S"}};
     for (const auto& [text, canonical] : cases) {
         EXPECT_EQ(Span(text).ToString(), canonical) << Narrow(text);
     }
@@ -126,24 +121,20 @@ TEST(DateTimeSpan, OrderFollowsTheSchemaExamples)
     const partial_ordering less = partial_ordering::less;
     const partial_ordering greater = partial_ordering::greater;
     const partial_ordering none = partial_ordering::unordered;
+    // XML Schema's worked examples: months against a run of day counts
+    // ('>' greater, '~' unordered, '<' less).
+    const std::tuple<const wchar_t*, int, const char*> grid[] = {
+        {L"P1Y", 364, ">~~<"}, {L"P1M", 27, ">~~~~<"}, {L"P5M", 149, ">~~~~<"}};
+    for (const auto& [months, firstDay, expected] : grid) {
+        for (int k = 0; expected[k]; ++k) {
+            const std::wstring days = L"P" + std::to_wstring(firstDay + k) + L"D";
+            EXPECT_EQ(Span(months).ComparePartial(Span(days.c_str())), expected[k] == '>' ? greater
+                                                                       : expected[k] == '<' ? less
+                                                                                            : none)
+                << Narrow(months) << " vs " << Narrow(days);
+        }
+    }
     const std::tuple<const wchar_t*, const wchar_t*, partial_ordering> cases[] = {
-        // XML Schema's worked examples.
-        {L"P1Y", L"P364D", greater},
-        {L"P1Y", L"P365D", none},
-        {L"P1Y", L"P366D", none},
-        {L"P1Y", L"P367D", less},
-        {L"P1M", L"P27D", greater},
-        {L"P1M", L"P28D", none},
-        {L"P1M", L"P29D", none},
-        {L"P1M", L"P30D", none},
-        {L"P1M", L"P31D", none},
-        {L"P1M", L"P32D", less},
-        {L"P5M", L"P149D", greater},
-        {L"P5M", L"P150D", none},
-        {L"P5M", L"P151D", none},
-        {L"P5M", L"P152D", none},
-        {L"P5M", L"P153D", none},
-        {L"P5M", L"P154D", less},
         // Equal parts are equal whatever the spelling.
         {L"PT24H", L"P1D", partial_ordering::equivalent},
         {L"P1Y", L"P12M", partial_ordering::equivalent},
@@ -151,14 +142,11 @@ TEST(DateTimeSpan, OrderFollowsTheSchemaExamples)
         {L"-P1M", L"-P32D", greater},
         // Ten months on, all four references start a 31-day month, so this
         // is decided even though 30.7 days exceed an average month.
-        {L"P10MT736H48M", L"P11M", less},
-    };
+        {L"P10MT736H48M", L"P11M", less}};
     for (const auto& [a, b, partial] : cases) {
         SCOPED_TRACE(Narrow(a) + " vs " + Narrow(b));
         EXPECT_EQ(Span(a).ComparePartial(Span(b)), partial);
-        if (partial != none) {
-            EXPECT_EQ(Span(a) <=> Span(b), partial);
-        }
+        EXPECT_EQ(Span(a) <=> Span(b), partial);
     }
     // Where the schema leaves the order open, the first reference instant
     // that tells the two apart decides: from 1696-09-01 one month is 30 days,

@@ -171,8 +171,7 @@ TEST(DateTime, NonCanonicalTextsReadToTheirValue)
         // Fraction digits past the 18th are dropped, not rounded.
         {dt_time, L"00:00:59.9999999999999999999", L"00:00:59.999999999999999999"},
         {dt_date, L"-0001-02-29", L"-0001-02-29"}, // 1 BCE is a leap year
-        {dt_date, L"-0005-02-29", L"-0005-02-29"},
-    };
+        {dt_date, L"-0005-02-29", L"-0005-02-29"}};
     for (const auto& [type, text, canonical] : cases) {
         EXPECT_EQ(DT(text, type).ToString(), canonical) << Narrow(text);
     }
@@ -217,8 +216,7 @@ TEST(DateTime, MalformedTextsAreRefusedWithTheReason)
         {dt_time, L"the second must be 00 to 59", {L"12:00:60"}},
         {dt_gYearMonth, nullptr, {L"2000-01-01"}},
         {dt_gMonthDay, nullptr, {L"-02-28"}},
-        {dt_gMonthDay, day, {L"--02-30"}},
-    };
+        {dt_gMonthDay, day, {L"--02-30"}}};
     for (const auto& [type, reason, texts] : groups) {
         for (const wchar_t* text : texts) {
             EXPECT_THROW_MSG(DT(text, type), CVxInvalidValueException,
@@ -275,8 +273,7 @@ TEST(DateTime, ComparisonPlacesValuesOnTheUtcTimeLine)
         {dt_dateTime, L"2000-01-01T12:00:00", L"1999-12-31T23:00:00Z", 1, 9},
         {dt_dateTime, L"2000-01-16T12:00:00", L"2000-01-16T12:00:00Z", -1, 9},
         {dt_dateTime, L"2000-01-16T00:00:00", L"2000-01-16T14:00:00Z", -1, 9},
-        {dt_dateTime, L"2000-01-16T00:00:00", L"2000-01-16T14:00:00.1Z", -1, -1},
-    };
+        {dt_dateTime, L"2000-01-16T00:00:00", L"2000-01-16T14:00:00.1Z", -1, -1}};
     for (const auto& [type, a, b, total, partial] : cases) {
         SCOPED_TRACE(Narrow(a) + " vs " + Narrow(b));
         EXPECT_EQ(DT(a, type).CompareTo(DT(b, type)), total);
@@ -337,8 +334,7 @@ TEST(DateTime, AddingDurationsFollowsTheSchemaAlgorithm)
         {dt_gMonthDay, L"--02-29", L"P4Y", L"--02-29"},
         {dt_gMonthDay, L"--12-31Z", L"P1D", L"--01-01Z"},
         {dt_gMonthDay, L"--01-15", L"P9223372036854775807M", L"--08-15"},
-        {dt_date, L"-999999999-01-01", L"P730484999268D", L"999999999-12-31"},
-    };
+        {dt_date, L"-999999999-01-01", L"P730484999268D", L"999999999-12-31"}};
     for (const auto& [type, start, span, expected] : cases) {
         SCOPED_TRACE(Narrow(start) + " + " + Narrow(span));
         EXPECT_EQ((DT(start, type) + Span(span)).ToString(), expected);
@@ -392,8 +388,7 @@ TEST(DateTime, DifferencesAreDaysAndTime)
         {dt_date, L"0001-01-01", L"-0001-01-01", L"P366D"},
         {dt_time, L"00:00:00", L"23:59:59", L"-PT23H59M59S"},
         {dt_dateTime, L"999999999-12-31T23:59:59Z", L"-999999999-01-01T00:00:00Z",
-         L"P730484999268DT23H59M59S"},
-    };
+         L"P730484999268DT23H59M59S"}};
     for (const auto& [type, a, b, expected] : cases) {
         EXPECT_EQ((DT(a, type) - DT(b, type)).ToString(), expected) << Narrow(a);
     }

@@ -85,8 +85,7 @@ TEST(DecimalTest, ParsesAndPrintsAsWritten)
         {L"-0.0", L"0"},        {L".5", L"0.5"},          {L"1.", L"1"},
         {L"+3.25", L"3.25"},    {L"007.0100", L"7.0100"}, {L" \t1.5\r\n", L"1.5"},
         {L"25e-3", L"0.025"},   {L"1.50E1", L"15"},       {L"12E-5", L"0.00012"},
-        {L"-1.2e+3", L"-1200"}, {L"0.001E3", L"1"},       {L"1E-20", L"0.00000000000000000001"},
-    };
+        {L"-1.2e+3", L"-1200"}, {L"0.001E3", L"1"},       {L"1E-20", L"0.00000000000000000001"}};
     for (const auto& c : cases) {
         EXPECT_EQ(CDecimal(c.text).ToString(), c.expected) << Narrow(c.text);
     }

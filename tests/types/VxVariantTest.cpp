@@ -60,8 +60,7 @@ TEST(VxVariant, EveryKindRoundTripsThroughText)
         {ItemType_boolean, L"1", L"true", L"boolean"},
         {ItemType_decimal, L"-12.5", L"-12.5", L"decimal"},
         {ItemType_integer, L"123456789012345678901234567890", L"123456789012345678901234567890",
-         L"integer"},
-    };
+         L"integer"}};
     for (const auto& [type, text, expected, name] : cases) {
         SCOPED_TRACE(Narrow(name));
         VxVariant v;

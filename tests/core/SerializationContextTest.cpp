@@ -6,11 +6,8 @@ using namespace VxXmlLib16;
 
 namespace {
 
-// Every setting in one line: the flags WriteTypeAttribute, StripCDATA,
-// IgnoreInvalidCollectionCounts, IgnoreMissingChoice,
-// IgnoreMissingMandatoryElements, IgnoreUnknownElements,
-// IgnoreUnknownAttributes, IgnoreNamespaces, NoOptionalAttributeDefaultOutput
-// and WriteDefaultElementValues as 0/1, then the other values.
+// Every setting in one line: the flags as 0/1 in the order of the getters
+// below, then the other values.
 std::wstring Settings(const CSerializationContext& c)
 {
     std::wstring s;

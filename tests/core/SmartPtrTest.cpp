@@ -38,64 +38,42 @@ template <class F> void OnThreads(int threads, F body)
 
 } // namespace
 
-TEST(SmartPtr, CopiesMovesAndUpcastsCountReferences)
-{
-    std::atomic<int> destroyed{0};
-    {
-        CSmartPtr<CTestObject> a(new CTestObject(&destroyed));
-        CSmartPtr<CTestObject> b(a);
-        EXPECT_EQ(CountOf(a), 2);
-        CSmartPtr<CTestObject> c(std::move(b));
-        CSmartPtr<CXmlObjectBase> base(a);                 // converting copy
-        CSmartPtr<CXmlObjectBase> movedBase(std::move(c)); // converting move
-        EXPECT_EQ(CountOf(a), 3);
-        EXPECT_EQ(b.Get(), nullptr);
-        EXPECT_EQ(c.Get(), nullptr);
-        EXPECT_EQ(movedBase.Get(), a.Get());
-        EXPECT_EQ(destroyed, 0);
-    }
-    EXPECT_EQ(destroyed, 1);
-    CSmartPtr<CTestObject> fromNULL = NULL; // older generated code writes null this way
-    fromNULL = 0;
-    EXPECT_TRUE(fromNULL == nullptr);
-}
-
-TEST(SmartPtr, AssignmentReleasesTheOldObjectAndKeepsTheNew)
+TEST(SmartPtr, CopiesMovesAndAssignmentsCountReferences)
 {
     std::atomic<int> destroyedA{0}, destroyedB{0};
     CSmartPtr<CTestObject> a(new CTestObject(&destroyedA));
-    CSmartPtr<CTestObject> b(new CTestObject(&destroyedB));
-    CTestObject* rawB = b;
-    a = b;
+    CSmartPtr<CTestObject> b(a);
+    CSmartPtr<CTestObject> c(std::move(b));
+    CSmartPtr<CXmlObjectBase> base(a);                 // converting copy
+    CSmartPtr<CXmlObjectBase> movedBase(std::move(c)); // converting move
+    EXPECT_EQ(CountOf(a), 3);
+    EXPECT_TRUE(b == nullptr && c == nullptr);
+    EXPECT_EQ(movedBase.Get(), a.Get());
+    // Assignments release the old object; moves leave the source null.
+    CSmartPtr<CTestObject> other(new CTestObject(&destroyedB));
+    CTestObject* rawB = other;
+    a = other;
+    base = a;
+    movedBase = std::move(other);
     EXPECT_EQ(destroyedA, 1);
-    EXPECT_EQ(CountOf(rawB), 2);
-    CSmartPtr<CXmlObjectBase> base;
-    base = a; // converting copy
     EXPECT_EQ(CountOf(rawB), 3);
-    a = std::move(b);
-    base = std::move(a); // converting move: the source's reference moves over
-    EXPECT_EQ(a.Get(), nullptr);
-    EXPECT_EQ(b.Get(), nullptr);
-    EXPECT_EQ(CountOf(rawB), 1);
+    base = std::move(a);
+    EXPECT_TRUE(a == nullptr && other == nullptr);
+    EXPECT_EQ(CountOf(rawB), 2);
+    // Self-assignment in any form keeps the object alive.
+    CSmartPtr<CTestObject>& alias = b = rawB;
+    b = alias;
+    b = std::move(alias);
+    b = rawB;
+    EXPECT_EQ(CountOf(rawB), 3);
     base = nullptr;
+    movedBase.Reset();
+    b.Reset();
     EXPECT_EQ(destroyedB, 1);
-}
-
-TEST(SmartPtr, SelfAssignmentInAnyFormKeepsTheObjectAlive)
-{
-    std::atomic<int> destroyed{0};
-    CSmartPtr<CTestObject> p(new CTestObject(&destroyed));
-    CTestObject* raw = p;
-    CSmartPtr<CTestObject>& alias = p;
-    p = alias;
-    p = std::move(alias);
-    p = raw; // the raw pointer of the object p already holds
-    EXPECT_EQ(p.Get(), raw);
-    EXPECT_EQ(CountOf(raw), 1);
-    EXPECT_EQ(destroyed, 0);
-    p.Reset();
-    EXPECT_EQ(destroyed, 1);
-    p.Reset(); // resetting a null pointer is harmless
+    b.Reset();                              // resetting a null pointer is harmless
+    CSmartPtr<CTestObject> fromNULL = NULL; // older generated code writes null this way
+    fromNULL = 0;
+    EXPECT_TRUE(fromNULL == nullptr);
 }
 
 TEST(SmartPtr, AssigningAnObjectThatOnlyTheOldOneKeptAliveIsSafe)

@@ -148,27 +148,24 @@ std::string GeneratedDocument(int items)
 
 TEST(ExpatReader, MalformedInputReportsExpatMessageAndLine)
 {
+    // clang-format off
     const std::pair<const char*, const wchar_t*> cases[] = {
-        {"<a></b>", L"mismatched tag at line 1"},
-        {"<a>\n<b>\n</a>", L"mismatched tag at line 3"},
-        {"<a>\n", L"no element found at line 2"},
+        {"<a></b>", L"mismatched tag at line 1"}, {"<a>\n<b>\n</a>", L"mismatched tag at line 3"},
+        {"<a>\n", L"no element found at line 2"}, {"   \n  ", L"no element found at line 2"},
         {"<a/>\n<b/>", L"junk after document element at line 2"},
         {"<a x='1' x='2'/>", L"duplicate attribute at line 1"},
-        {"<p:a/>", L"unbound prefix at line 1"},
-        {"<a>&nope;</a>", L"undefined entity at line 1"},
+        {"<p:a/>", L"unbound prefix at line 1"}, {"<a>&nope;</a>", L"undefined entity at line 1"},
         {"<a>\xff</a>", L"not well-formed (invalid token) at line 1"},
         {"<a b=1/>", L"not well-formed (invalid token) at line 1"},
         {"<a>&#0;</a>", L"reference to invalid character number at line 1"},
         {"<a><![CDATA[x</a>", L"unclosed CDATA section at line 1"},
-        {"<a\n\n", L"unclosed token at line 1"},
+        {"<a\n\n", L"unclosed token at line 1"}, {"plain text", L"syntax error at line 1"},
         {"<?xml version='1.0' encoding='klingon'?><a/>", L"unknown encoding at line 1"},
         {"<?xml version='1.0' encoding='UTF-16'?><a/>",
          L"encoding specified in XML declaration is incorrect at line 1"},
-        {"plain text", L"syntax error at line 1"},
-        {"   \n  ", L"no element found at line 2"},
         // A URI holding expat's separator is refused, not split ambiguously.
-        {"<a xmlns='urn:a|b'/>", L"syntax error at line 1"},
-        {"", L"Invalid or empty XML document"}};
+        {"<a xmlns='urn:a|b'/>", L"syntax error at line 1"}, {"", L"Invalid or empty XML document"}};
+    // clang-format on
     for (const auto& [xml, message] : cases) {
         EXPECT_EQ(Outcome(xml), L"error: " + std::wstring(message)) << xml;
     }

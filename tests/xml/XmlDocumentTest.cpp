@@ -84,14 +84,16 @@ TEST(XmlDocument, PrefixMapIsDocumentWideAndLastDeclarationWins)
     CXmlDocument doc;
     doc.LoadXml("<r xmlns:zz='urn:same' xmlns:aa='urn:same' xmlns:p='urn:first'>"
                 "<c xmlns:p='urn:second' xmlns=''/></r>");
-    // Two prefixes for one URI: the alphabetically first wins.
-    EXPECT_EQ(doc.LookupAliasFromNamespace(L"urn:same"), L"aa");
-    EXPECT_EQ(doc.LookupNamespaceFromAlias(L"p"), L"urn:second");
-    EXPECT_EQ(doc.LookupAliasFromNamespace(L"urn:first"), L"");
-    EXPECT_EQ(doc.LookupNamespaceFromAlias(L"nope"), L"");
-    // The undeclared default namespace is kept as an empty URI.
-    EXPECT_EQ(doc.LookupAliasFromNamespace(L""), L"");
-    EXPECT_EQ(doc.LookupNamespaceFromAlias(L""), L"");
+    // Two prefixes for one URI: the alphabetically first wins. The undeclared
+    // default namespace is kept as an empty URI.
+    std::wstring found;
+    for (const wchar_t* uri : {L"urn:same", L"urn:first", L""}) {
+        found += L"[" + doc.LookupAliasFromNamespace(uri) + L"]";
+    }
+    for (const wchar_t* alias : {L"p", L"nope", L""}) {
+        found += L"[" + doc.LookupNamespaceFromAlias(alias) + L"]";
+    }
+    EXPECT_EQ(found, L"[aa][][][urn:second][][]");
 }
 
 TEST(XmlDocument, NamespaceAndNilAttributeTests)

@@ -60,18 +60,20 @@ TEST(SmartPtr, CopiesMovesAndAssignmentsCountReferences)
     base = std::move(a);
     EXPECT_TRUE(a == nullptr && other == nullptr);
     EXPECT_EQ(CountOf(rawB), 2);
-    // Self-assignment in any form keeps the object alive.
+    // Self-assignment in any form keeps an object with no other holder alive.
     CSmartPtr<CTestObject>& alias = b = rawB;
+    base = nullptr;
+    movedBase.Reset();
     b = alias;
     b = std::move(alias);
     b = rawB;
-    EXPECT_EQ(CountOf(rawB), 3);
-    base = nullptr;
-    movedBase.Reset();
+    EXPECT_EQ(CountOf(rawB), 1);
+    EXPECT_EQ(destroyedB, 0);
     b.Reset();
     EXPECT_EQ(destroyedB, 1);
-    b.Reset();                              // resetting a null pointer is harmless
-    CSmartPtr<CTestObject> fromNULL = NULL; // older generated code writes null this way
+    b.Reset(); // resetting a null pointer is harmless
+    // Older generated code writes null this way.
+    CSmartPtr<CTestObject> fromNULL = NULL;
     fromNULL = 0;
     EXPECT_TRUE(fromNULL == nullptr);
 }

@@ -6,7 +6,7 @@
 
 using namespace VxXmlLib16;
 
-TEST(StringBuffer, BlocksFillThenMerge)
+TEST(StringBuffer, BlocksFillMergeAndClear)
 {
     CStringBuffer b;
     EXPECT_EQ(b.GetBlockSize(), 4095u);
@@ -21,20 +21,14 @@ TEST(StringBuffer, BlocksFillThenMerge)
     EXPECT_EQ(b.GetBuffer(), merged) << "a single block is returned as it is";
     b.Append(L"z"); // the merged block is full to the brim
     EXPECT_EQ(b.GetBlockCount(), 2u);
-    EXPECT_EQ(std::wstring(b.GetBuffer()), full + L"yz");
-}
-
-TEST(StringBuffer, ClearKeepsOnlyASingleBlock)
-{
-    CStringBuffer b(5); // 4 characters per block
-    b.Append(L"abcdefg");
-    ASSERT_EQ(b.GetBlockCount(), 2u);
+    // Clearing drops several blocks, but keeps (zeroed) a single merged one.
     b.Clear();
     EXPECT_EQ(b.GetBlockCount(), 0u);
     EXPECT_STREQ(b.GetBuffer(), L"") << "empty is an empty string, not null";
-    b.Append(L"abcdefg");
-    const wchar_t* merged = b.GetBuffer();
-    b.Clear(); // one (merged, 7-character) block: kept and zeroed
+    b.Append(full + L"yz");
+    merged = b.GetBuffer();
+    EXPECT_EQ(std::wstring(merged), full + L"yz");
+    b.Clear();
     EXPECT_EQ(b.GetBlockCount(), 1u);
     b.Append(L"hi");
     EXPECT_EQ(b.GetBuffer(), merged);

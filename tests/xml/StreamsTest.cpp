@@ -1,12 +1,12 @@
 #include "TestHelpers.h"
 
-#include <cstdio>
 #include <cstdlib>
-#include <dirent.h>
+#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <random>
 #include <string>
+#include <tuple>
 #include <unistd.h>
 #include <vector>
 #include <vxxml/BinaryStream.h>
@@ -30,110 +30,80 @@ Bytes ReadFile(const std::string& path)
     return Bytes(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
 }
 
-std::wstring Widen(const std::string& s)
+std::ptrdiff_t OpenDescriptors()
 {
-    return std::wstring(s.begin(), s.end());
-}
-
-int OpenDescriptors()
-{
-    int n = 0;
-    if (DIR* d = opendir("/proc/self/fd")) {
-        while (readdir(d)) {
-            ++n;
-        }
-        closedir(d);
-    }
-    return n;
+    return std::distance(std::filesystem::directory_iterator("/proc/self/fd"),
+                         std::filesystem::directory_iterator());
 }
 
 class FileStreams : public ::testing::Test
 {
 protected:
-    void SetUp() override
-    {
-        char tmpl[] = "/tmp/vxxml-streams-XXXXXX";
-        ASSERT_NE(mkdtemp(tmpl), nullptr);
-        m_dir = tmpl;
-    }
+    void SetUp() override { ASSERT_NE(mkdtemp(m_dir.data()), nullptr); }
     void TearDown() override { std::system(("rm -rf '" + m_dir + "'").c_str()); }
-    std::string Path(const char* name) const { return m_dir + "/" + name; }
-
-    std::string m_dir;
-};
-
-// Text with every UTF-8 length class and characters that need surrogate
-// pairs in UTF-16, long enough to need many flushes.
-std::wstring SampleText(size_t n)
-{
-    std::mt19937 rng(5);
-    const wchar_t pool[] = {L'<', L'a', L'\n', 0xE9, 0x20AC, 0x1F600, 0x10FFFF, L'&'};
-    std::wstring s;
-    for (size_t i = 0; i < n; ++i) {
-        s += pool[rng() % std::size(pool)];
+    std::string Path(const std::string& name) const { return m_dir + "/" + name; }
+    std::wstring WPath(const std::string& name) const
+    {
+        const std::string p = Path(name);
+        return std::wstring(p.begin(), p.end());
     }
-    return s;
-}
+
+    std::string m_dir = "/tmp/vxxml-streams-XXXXXX";
+};
 
 } // namespace
 
 TEST(TextStream, BytesPerEncoding)
 {
     const wchar_t* text = L"<a>\u00E9\U0001F600</a>";
-    CTextStream utf8(XmlEncoding_UTF8);
-    utf8.Write(L"<a>");
-    utf8.Write(static_cast<wchar_t>(0xE9));
-    utf8.Write(std::wstring(L"\U0001F600</a>"));
-    EXPECT_STREQ(utf8.GetText(), text);
-    EXPECT_EQ(utf8.GetLength(), 9u);
-    EXPECT_EQ(ToBytes(utf8.ToBytes()), ToBytes(Utf16ToUtf8(text)));
-
-    for (XmlEncoding e : {XmlEncoding_UTF16, XmlEncoding_UTF16_NoDecl}) {
+    for (XmlEncoding e : {XmlEncoding_UTF8, XmlEncoding_UTF16, XmlEncoding_UTF16_NoDecl}) {
         CTextStream s(e);
-        s.Write(text);
-        EXPECT_EQ(s.GetEncoding(), e);
-        EXPECT_EQ(ToBytes(s.ToBytes()), ToBytes(CBinaryData(text))) << "no byte-order mark";
+        s.Write(L"<a>");
+        s.Write(static_cast<wchar_t>(0xE9));
+        s.Write(std::wstring(L"\U0001F600</a>"));
+        EXPECT_STREQ(s.GetText(), text);
+        EXPECT_EQ(s.GetLength(), 9u);
+        // In memory, UTF-16 has no byte-order mark.
+        EXPECT_EQ(ToBytes(s.ToBytes()),
+                  ToBytes(e == XmlEncoding_UTF8 ? Utf16ToUtf8(text) : CBinaryData(text)));
+        s.Flush(); // in memory: nothing happens
+        EXPECT_EQ(s.GetLength(), 9u);
+        s.Open(); // reuse: starts empty
+        EXPECT_EQ(s.ToBytes().GetData(), nullptr);
     }
-
     for (int bad : {0, 4, -1}) {
         CTextStream s(static_cast<XmlEncoding>(bad));
         s.Write(L"x");
         EXPECT_THROW_MSG(s.ToBytes(), CVxException,
                          L"Unknown Encoding, select UTF-8 (contact our support team)");
     }
-
-    utf8.Flush(); // in memory: nothing happens
-    EXPECT_EQ(utf8.GetLength(), 9u);
-    utf8.Open(); // reuse: starts empty
-    EXPECT_EQ(utf8.GetLength(), 0u);
-    EXPECT_EQ(utf8.ToBytes().GetData(), nullptr);
 }
 
 TEST_F(FileStreams, TextFileWithManyFlushes)
 {
-    const std::wstring text = SampleText(20000);
+    // Every UTF-8 length class and surrogate pairs in UTF-16, over many flushes.
+    std::mt19937 rng(5);
+    const wchar_t pool[] = {L'<', L'a', L'\n', 0xE9, 0x20AC, 0x1F600, 0x10FFFF, L'&'};
+    std::wstring text;
+    for (int i = 0; i < 20000; ++i) {
+        text += pool[rng() % std::size(pool)];
+    }
     for (XmlEncoding e : {XmlEncoding_UTF8, XmlEncoding_UTF16, XmlEncoding_UTF16_NoDecl}) {
-        const std::string path = Path("doc.xml");
-        CFileTextStream s(Widen(path).c_str(), e);
+        CFileTextStream s(WPath("doc.xml").c_str(), e);
         s.Open();
-        // As the writers do: flush whenever 4096 characters are buffered.
-        for (wchar_t c : text) {
+        for (wchar_t c : text) { // as the writers do: flush at 4096 characters
             s.Write(c);
             if (s.GetLength() >= 4096) {
                 s.Flush();
             }
         }
         s.Close();
-
-        Bytes expected;
-        if (e == XmlEncoding_UTF8) {
-            expected = ToBytes(Utf16ToUtf8(text.c_str()));
-        } else {
-            expected = {0xFF, 0xFE};
-            const Bytes body = ToBytes(CBinaryData(text.c_str()));
-            expected.insert(expected.end(), body.begin(), body.end());
+        Bytes expected = ToBytes(Utf16ToUtf8(text.c_str()));
+        if (e != XmlEncoding_UTF8) {
+            expected = ToBytes(CBinaryData(text.c_str()));
+            expected.insert(expected.begin(), {0xFF, 0xFE});
         }
-        const Bytes written = ReadFile(path);
+        const Bytes written = ReadFile(Path("doc.xml"));
         EXPECT_EQ(written, expected) << "encoding " << e;
         EXPECT_EQ(s.GetBytesWritten(), written.size());
     }
@@ -141,55 +111,50 @@ TEST_F(FileStreams, TextFileWithManyFlushes)
 
 TEST_F(FileStreams, TextFileLifecycle)
 {
-    const int fds = OpenDescriptors();
+    const auto fds = OpenDescriptors();
     // A non-ASCII file name: the wide path is created as its UTF-8 bytes.
     const std::string path = Path("\u00E9t\u00E9 \U0001F600.xml");
-    const std::wstring wpath = Widen(m_dir) + L"/\u00E9t\u00E9 \U0001F600.xml";
+    const std::wstring wpath =
+        std::wstring(m_dir.begin(), m_dir.end()) + L"/\u00E9t\u00E9 \U0001F600.xml";
     {
         CFileTextStream s(wpath.c_str(), XmlEncoding_UTF8);
         s.Open();
         s.Write(L"first");
         s.Close();
         EXPECT_EQ(ReadFile(path), (Bytes{'f', 'i', 'r', 's', 't'}));
-        s.Open(); // truncates
-        s.Write(L"lost");
-        // destroyed without Close: buffered text is not written
+        s.Open();         // truncates
+        s.Write(L"lost"); // destroyed without Close: buffered text is not written
     }
     EXPECT_TRUE(ReadFile(path).empty());
     EXPECT_EQ(OpenDescriptors(), fds) << "the destructor closes the file";
+}
 
-    CFileTextStream never(Widen(Path("never.xml")).c_str(), XmlEncoding_UTF8);
+TEST_F(FileStreams, WriteErrors)
+{
+    // /dev/full accepts the open and refuses every write with ENOSPC (0x1C).
+    const CBinaryData data(reinterpret_cast<const unsigned char*>("data"), 4);
+    for (const auto& [path, code] : {std::pair{WPath("no/such/dir.xml"), L"0x00000002"},
+                                     std::pair{std::wstring(L"/dev/full"), L"0x0000001C"}}) {
+        const std::wstring message =
+            L"Failed to write data to the file [" + path + L"] error [" + code + L"]";
+        CFileTextStream text(path.c_str(), XmlEncoding_UTF16); // the mark is written on open
+        EXPECT_THROW_MSG(text.Open(), CVxException, message);
+        EXPECT_THROW_MSG(CFileBinaryStream(path.c_str(), XmlEncoding_UTF8, data).WriteToFile(),
+                         CVxException, message);
+    }
+    CFileTextStream never(WPath("never.xml").c_str(), XmlEncoding_UTF8);
     never.Write(L"x");
     EXPECT_THROW_MSG(never.Flush(), CVxException,
                      L"Failed to write data to the file. Error [0x00000009]");
-}
-
-TEST_F(FileStreams, TextFileErrors)
-{
-    const std::wstring missing = Widen(Path("no/such/dir.xml"));
-    CFileTextStream s(missing.c_str(), XmlEncoding_UTF8);
-    EXPECT_THROW_MSG(
-        s.Open(), CVxException,
-        (L"Failed to write data to the file [" + missing + L"] error [0x00000002]").c_str());
-
-    // /dev/full accepts the open and refuses every write with ENOSPC (0x1C).
-    CFileTextStream bom(L"/dev/full", XmlEncoding_UTF16);
-    EXPECT_THROW_MSG(bom.Open(), CVxException,
-                     L"Failed to write data to the file [/dev/full] error [0x0000001C]");
-
-    const int fds = OpenDescriptors();
-    CFileTextStream full(L"/dev/full", XmlEncoding_UTF8);
-    full.Open();
-    full.Write(L"data");
-    EXPECT_THROW_MSG(full.Flush(), CVxException,
-                     L"Failed to write data to the file. Error [0x0000001C]");
-    EXPECT_EQ(OpenDescriptors(), fds) << "a failed write closes the file";
-
-    CFileTextStream onClose(L"/dev/full", XmlEncoding_UTF8);
-    onClose.Open();
-    onClose.Write(L"data");
-    EXPECT_THROW_MSG(onClose.Close(), CVxException,
-                     L"Failed to write data to the file. Error [0x0000001C]");
+    const auto fds = OpenDescriptors();
+    for (bool onClose : {false, true}) {
+        CFileTextStream full(L"/dev/full", XmlEncoding_UTF8);
+        full.Open();
+        full.Write(L"data");
+        EXPECT_THROW_MSG(onClose ? full.Close() : full.Flush(), CVxException,
+                         L"Failed to write data to the file. Error [0x0000001C]");
+        EXPECT_EQ(OpenDescriptors(), fds) << "a failed write closes the file";
+    }
 }
 
 TEST_F(FileStreams, BinaryFile)
@@ -200,22 +165,12 @@ TEST_F(FileStreams, BinaryFile)
     acc.Append(two, 2);
     acc.Append(CBinaryData(two, 1));
     const CBinaryData data = acc.GetData();
-    EXPECT_EQ(ToBytes(data), (Bytes{1, 2, 3, 2}));
-
-    const std::string path = Path("bin");
-    CFileBinaryStream(Widen(path).c_str(), XmlEncoding_UTF8, data).WriteToFile();
-    EXPECT_EQ(ReadFile(path), (Bytes{1, 2, 3, 2}));
     // The mark comes first whatever the bytes are, compressed ones included.
-    CFileBinaryStream(Widen(path).c_str(), XmlEncoding_UTF16_NoDecl, data).WriteToFile();
-    EXPECT_EQ(ReadFile(path), (Bytes{0xFF, 0xFE, 1, 2, 3, 2}));
-    CFileBinaryStream(Widen(path).c_str(), XmlEncoding_UTF16).WriteToFile();
-    EXPECT_EQ(ReadFile(path), (Bytes{0xFF, 0xFE}));
-
-    const std::wstring missing = Widen(Path("no/such/file"));
-    EXPECT_THROW_MSG(
-        CFileBinaryStream(missing.c_str(), XmlEncoding_UTF8, data).WriteToFile(), CVxException,
-        (L"Failed to write data to the file [" + missing + L"] error [0x00000002]").c_str());
-    EXPECT_THROW_MSG(CFileBinaryStream(L"/dev/full", XmlEncoding_UTF8, data).WriteToFile(),
-                     CVxException,
-                     L"Failed to write data to the file [/dev/full] error [0x0000001C]");
+    for (const auto& [encoding, bytes, expected] :
+         {std::tuple{XmlEncoding_UTF8, data, Bytes{1, 2, 3, 2}},
+          std::tuple{XmlEncoding_UTF16_NoDecl, data, Bytes{0xFF, 0xFE, 1, 2, 3, 2}},
+          std::tuple{XmlEncoding_UTF16, CBinaryData(), Bytes{0xFF, 0xFE}}}) {
+        CFileBinaryStream(WPath("bin").c_str(), encoding, bytes).WriteToFile();
+        EXPECT_EQ(ReadFile(Path("bin")), expected);
+    }
 }

@@ -9,7 +9,8 @@ packages=(
   libexpat1-dev libpcre2-dev zlib1g-dev            # run-time dependencies
   libgtest-dev libgmock-dev                        # unit tests
   libbenchmark-dev libssl-dev libpugixml-dev       # benchmarks and their references
-  libxml2-utils shared-mime-info jq                # outside oracles and real documents
+  libxml2-utils jq                                 # outside oracles
+  shared-mime-info iso-codes xml-core polkitd      # real documents read by the tests
 )
 
 missing=()

@@ -105,6 +105,7 @@ private:
     void ReadCompressedFile(const unsigned char* firstChunk, uint32_t firstLength);
     // Reads the next chunk of the open file; 0 at end of file.
     uint32_t ReadChunkFromFile(unsigned char* buffer);
+    uint32_t ReadChunkFromFile(unsigned char* buffer, uint32_t capacity);
     void SetOwnedInput(unsigned char* data, uint32_t length);
     void ReleaseInput();
     void CloseFile();

@@ -9,10 +9,20 @@
 #include <vxxml/Export.h>
 #include <vxxml/SerializationContext.h>
 
+namespace VxXmlLib16Data {
+class CPrimitiveRestrictions;
+}
+
 namespace VxXmlLib16 {
 
 class CXmlWriter;
 class CXmlElement;
+class CBigInteger;
+class CBinaryData;
+class CDateTime;
+class CDateTimeSpan;
+class CDecimal;
+struct VxVariant;
 
 // Bound objects live on the heap and are shared through an intrusive
 // reference count (see CSmartPtr). A new object starts with a count of 0;
@@ -69,7 +79,87 @@ public:
     int32_t AddRef();
     int32_t Release();
 
+    // Checks a value against the facets of its member by dispatching on the
+    // variant's kind to the Throw_IfInvalid_<kind> check below; this is the
+    // entry point of element and attribute metadata, which hold the
+    // restrictions and see values only as variants. A nil variant has no
+    // value and passes. A variant of a kind without a check (no value, a
+    // bound object, a collection) throws CVxInvalidValueException
+    // "Unknown type [%d] for the value of %s" (kind number, name).
+    static void Throw_IfInvalidValue(const wchar_t* name, const VxVariant& value,
+                                     const VxXmlLib16Data::CPrimitiveRestrictions& restrictions);
+
 protected:
+    // Facet checks, one per value kind, called by generated setters and typed
+    // collections before a value is stored. Each throws CVxException (the
+    // base class) whose message names the member (name) and the value, and
+    // stops at the first facet that fails, in this order: minInclusive,
+    // maxInclusive, minExclusive, maxExclusive, then the length or digit
+    // facets. Bounds are read with the kind's conversion under the collapse
+    // rule each time; a bound that does not convert throws the conversion's
+    // exception.
+    //
+    // Integer kinds: "Invalid Value for %s [%d]" ([%s]. with the text for
+    // i8 and ui8). totalDigits is compared with the length of the whole
+    // lexical form, so a minus sign counts: -123 breaks totalDigits 3. (The
+    // unsigned kinds print their true value, never a wrapped negative one.)
+    using Restrictions = VxXmlLib16Data::CPrimitiveRestrictions;
+    static void Throw_IfInvalid_i1(const wchar_t* name, int8_t value, const Restrictions& r);
+    static void Throw_IfInvalid_i2(const wchar_t* name, int16_t value, const Restrictions& r);
+    static void Throw_IfInvalid_i4(const wchar_t* name, int32_t value, const Restrictions& r);
+    static void Throw_IfInvalid_i8(const wchar_t* name, int64_t value, const Restrictions& r);
+    static void Throw_IfInvalid_ui1(const wchar_t* name, uint8_t value, const Restrictions& r);
+    static void Throw_IfInvalid_ui2(const wchar_t* name, uint16_t value, const Restrictions& r);
+    static void Throw_IfInvalid_ui4(const wchar_t* name, uint32_t value, const Restrictions& r);
+    static void Throw_IfInvalid_ui8(const wchar_t* name, uint64_t value, const Restrictions& r);
+    // Bounds only: "Invalid Value for %s [%f]". NaN fails every bound.
+    static void Throw_IfInvalid_r4(const wchar_t* name, float value, const Restrictions& r);
+    static void Throw_IfInvalid_r8(const wchar_t* name, double value, const Restrictions& r);
+    // xs:gYear, xs:gMonth, xs:gDay as numbers; bounds only, "[%d]".
+    static void Throw_IfInvalid_year(const wchar_t* name, uint16_t value, const Restrictions& r);
+    static void Throw_IfInvalid_month(const wchar_t* name, uint8_t value, const Restrictions& r);
+    static void Throw_IfInvalid_day(const wchar_t* name, uint8_t value, const Restrictions& r);
+    // Date and time kinds and durations: bounds through CompareTo,
+    // "Invalid Value for %s [%s]." with the value's ToString().
+    static void Throw_IfInvalid_date(const wchar_t* name, const CDateTime& value,
+                                     const Restrictions& r);
+    static void Throw_IfInvalid_datetime(const wchar_t* name, const CDateTime& value,
+                                         const Restrictions& r);
+    static void Throw_IfInvalid_time(const wchar_t* name, const CDateTime& value,
+                                     const Restrictions& r);
+    static void Throw_IfInvalid_yearMonth(const wchar_t* name, const CDateTime& value,
+                                          const Restrictions& r);
+    static void Throw_IfInvalid_monthDay(const wchar_t* name, const CDateTime& value,
+                                         const Restrictions& r);
+    static void Throw_IfInvalid_duration(const wchar_t* name, const CDateTimeSpan& value,
+                                         const Restrictions& r);
+    // Bounds, then totalDigits (integer-part digits plus fraction digits of
+    // the absolute value), then fractionDigits; "[%s]." with ToString().
+    static void Throw_IfInvalid_decimal(const wchar_t* name, const CDecimal& value,
+                                        const Restrictions& r);
+    // Bounds, then totalDigits on the lexical form (the sign counts).
+    static void Throw_IfInvalid_integer(const wchar_t* name, const CBigInteger& value,
+                                        const Restrictions& r);
+    // minLength, maxLength and length on the byte count; the message shows
+    // the value as hex or base64 text.
+    static void Throw_IfInvalid_hexBinary(const wchar_t* name, const CBinaryData& value,
+                                          const Restrictions& r);
+    static void Throw_IfInvalid_base64Binary(const wchar_t* name, const CBinaryData& value,
+                                             const Restrictions& r);
+    // A boolean has no facet its value could break; the check accepts every
+    // value and exists so that every kind has one.
+    static void Throw_IfInvalid_boolean(const wchar_t* name, bool value, const Restrictions& r);
+    // minLength, maxLength and length on the character count, then the
+    // pattern, which must match the whole value (XML Schema syntax):
+    // "Invalid Value for %s [%s].". A pattern that cannot be used (not valid
+    // XML Schema syntax, matching given up, a value holding a lone
+    // surrogate) throws "<reason>\nInvalid Value for %s [%s].". An empty
+    // pattern is not checked.
+    static void Throw_IfInvalid_string(const wchar_t* name, const std::wstring& value,
+                                       const Restrictions& r);
+    // A character is checked as the one-character string.
+    static void Throw_IfInvalid_char(const wchar_t* name, wchar_t value, const Restrictions& r);
+
     // Throws CVxInvalidParamException "The Property [%s] is mandatory, it may
     // node be NULL" when value is null.
     static void Throw_IfPropertyIsNull(CXmlObjectBase* value, const wchar_t* propertyName);
@@ -91,6 +181,12 @@ protected:
     // restriction) where IsNamespaceValid answers false.
     void TestNamespace(const wchar_t* ns, const wchar_t* restriction,
                        const wchar_t* targetNamespace) const;
+
+    // Whether element is the element called name in namespaceUri: the local
+    // name must match exactly; the namespace too, unless the context reads
+    // namespace-blind. False for a null element.
+    bool DoesElementNameMatch(const CSerializationContext& context, const CXmlElement* element,
+                              const wchar_t* name, const wchar_t* namespaceUri) const;
 
     // Send one collection message to sink (nothing happens when it is null).
     // collection is the collection that changed; the data of each message is

@@ -33,7 +33,8 @@ public:
 
     // Opens the stream.
     void StartDocument() override;
-    // Closes the stream, then fails if an element is still open.
+    // Hands the stream everything buffered and closes it, then fails if an
+    // element is still open.
     void EndDocument() override;
     // "<!--text-->" and a line end, where the stream stands (no indentation,
     // a pending start tag stays open).
@@ -103,9 +104,9 @@ private:
     // Up to the terminating zero; null puts nothing.
     void PutText(const wchar_t* text);
     void Drain();
-    // Ends every writing operation: once the stream and the buffer together
-    // hold 4096 characters or more, the stream gets the buffered text and is
-    // flushed.
+    // Ends every writing operation: flushes the stream once it holds 4096
+    // characters or more, handing it the buffered text first when only the
+    // two together reach that.
     void EndConstruct();
 
     void WriteEscaped(const wchar_t* text, bool attributeMode);

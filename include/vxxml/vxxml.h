@@ -19,6 +19,7 @@
 #include <vxxml/InstanceMonitor.h>
 #include <vxxml/ItemType.h>
 #include <vxxml/NamespaceAliasMap.h>
+#include <vxxml/PrimitiveRestrictions.h>
 #include <vxxml/Nillable.h>
 #include <vxxml/SerializationContext.h>
 #include <vxxml/SmartPtr.h>

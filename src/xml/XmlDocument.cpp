@@ -287,8 +287,13 @@ void CXmlDocument::ReadCompressedFile(const unsigned char* firstChunk, uint32_t 
 
 uint32_t CXmlDocument::ReadChunkFromFile(unsigned char* buffer)
 {
+    return ReadChunkFromFile(buffer, kFileChunkBytes);
+}
+
+uint32_t CXmlDocument::ReadChunkFromFile(unsigned char* buffer, uint32_t capacity)
+{
     for (;;) {
-        const ssize_t n = ::read(m_hFile, buffer, kFileChunkBytes);
+        const ssize_t n = ::read(m_hFile, buffer, capacity);
         if (n >= 0) {
             return static_cast<uint32_t>(n);
         }
@@ -307,9 +312,14 @@ void CXmlDocument::AsyncParse()
     const std::unique_ptr<unsigned char[]> buffer(new unsigned char[kFileChunkBytes]);
     uint64_t total = 0;
     for (;;) {
-        const uint32_t n = ReadChunkFromFile(buffer.get());
+        uint32_t n = ReadChunkFromFile(buffer.get());
         if (n == 0) {
             break;
+        }
+        if (total == 0 && n == 1) {
+            // A pipe may deliver a single byte first: the compression check
+            // needs two.
+            n += ReadChunkFromFile(buffer.get() + 1, kFileChunkBytes - 1);
         }
         if (total == 0 && LooksCompressed(buffer.get(), n)) {
             // Decompression needs the whole stream: read the rest of the

@@ -277,8 +277,8 @@ void RequireXmllint(const fs::path& scratch)
 // ---- reading back ----------------------------------------------------------
 
 // What a reader must see for a written attribute value: carriage returns are
-// dropped by the writer; tabs and line feeds are escaped, so they survive
-// attribute value normalisation.
+// dropped by the writer; tabs and line feeds are escaped as character
+// references, so attribute-value normalisation leaves them intact.
 std::wstring ExpectedAttributeValue(const std::wstring& value)
 {
     std::wstring out;

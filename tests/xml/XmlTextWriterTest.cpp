@@ -167,23 +167,6 @@ TEST(XmlTextWriter, FormattingIndentsChildrenButNotTextOnlyElements)
     EXPECT_EQ(f.writer.GetIndentChars(), L"  ");
 }
 
-TEST(XmlTextWriter, WithoutFormattingNothingButMarkupIsWritten)
-{
-    Fixture f;
-    f.writer.SetFormatting(false);
-    EXPECT_FALSE(f.writer.GetFormatting());
-    f.writer.StartElement(L"root", L"");
-    f.writer.StartElement(L"a", L"");
-    f.writer.StartElement(L"b", L"");
-    f.writer.EndElement();
-    f.writer.EndElement();
-    f.writer.StartElement(L"c", L"");
-    f.writer.WriteElementText(L"x\ny", ItemType_string, false);
-    f.writer.EndElement();
-    f.writer.EndElement();
-    EXPECT_EQ(f.Text(), L"<root><a><b/></a><c>x\ny</c></root>");
-}
-
 TEST(XmlTextWriter, EmptyOrDefaultValuesLeaveTheElementEmpty)
 {
     Fixture f;
@@ -470,21 +453,6 @@ TEST(XmlTextWriter, MisuseRaisesTheDocumentedMessagesAndWritesNothing)
 
     EXPECT_THROW_MSG(CXmlTextWriter w(nullptr), CVxInvalidParamException,
                      L"The output stream may not be NULL.");
-}
-
-TEST(XmlTextWriter, ContentHintIsKeptPerElement)
-{
-    Fixture f;
-    f.writer.SetContentHint(3); // no element: ignored
-    f.writer.StartElement(L"r", L"");
-    EXPECT_EQ(f.writer.GetCurrentContext()->GetContentHint(), 0u);
-    f.writer.SetContentHint(1);
-    f.writer.StartElement(L"c", L"");
-    EXPECT_EQ(f.writer.GetCurrentContext()->GetContentHint(), 0u);
-    EXPECT_EQ(f.writer.GetCurrentContext()->GetDepth(), 1);
-    f.writer.EndElement();
-    EXPECT_EQ(f.writer.GetCurrentContext()->GetContentHint(), 1u);
-    EXPECT_EQ(f.writer.GetCurrentContext()->GetChildCount(), 1u);
 }
 
 TEST(XmlTextWriter, FileOutputIsWrittenInChunksAndEqualsMemoryOutput)

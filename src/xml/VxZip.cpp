@@ -40,8 +40,8 @@ void CVxZip::Compress(CBinaryData& data, CompressionType type)
     if (length == 0 || (type != Compression_GZip && type != Compression_ZLib)) {
         return;
     }
-    // The output may be no longer than the input: compression that does not
-    // pay off fails instead of growing the document.
+    // The output must be shorter than the input: compression that does not
+    // pay off fails instead of growing the document (or leaving its size).
     auto out = std::make_unique_for_overwrite<unsigned char[]>(length);
     z_stream c_stream{};
     int result = type == Compression_GZip ? deflateInit2(&c_stream, 1, Z_DEFLATED, kGzipWindowBits,
@@ -54,7 +54,9 @@ void CVxZip::Compress(CBinaryData& data, CompressionType type)
     c_stream.next_in = const_cast<Bytef*>(data.GetData());
     c_stream.avail_in = length;
     c_stream.next_out = out.get();
-    c_stream.avail_out = length;
+    // One byte less than the input: output of the same length would not be
+    // shorter, and is refused like any other that does not shrink.
+    c_stream.avail_out = length - 1;
     // With the output no larger than the input, deflate may stop before it
     // has taken all the input; the finishing call then reports it.
     deflate(&c_stream, Z_NO_FLUSH);

@@ -145,11 +145,9 @@ void CXmlTextWriter::PutText(const wchar_t* text)
 void CXmlTextWriter::Drain()
 {
     if (m_cchPending != 0) {
-        // The buffer has room for a terminating zero, so the stream can take
-        // it as one string.
-        m_pending[m_cchPending] = L'\0';
+        const size_t count = m_cchPending;
         m_cchPending = 0;
-        m_pStream->Write(m_pending);
+        m_pStream->Write(m_pending, count);
     }
 }
 

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 #include <vxxml/Encoder.h>
+#include <vxxml/FormatString.h>
 
 using namespace VxXmlLib16;
 
@@ -113,6 +114,37 @@ TEST(Encoder, CharactersWithoutUtf8FormRaise)
     const wchar_t beyond[] = {L'x', static_cast<wchar_t>(0x110000), 0};
     EXPECT_THROW_MSG(Utf16ToUtf8(beyond), CVxException,
                      L"Invalid character [0x110000] at position 1: cannot be encoded as UTF-8");
+}
+
+// ASCII is converted several characters at a time: a character that is not
+// ASCII (or not encodable) must be found wherever it falls in such a run, and
+// text given in pieces must convert as the pieces joined.
+TEST(Encoder, NonAsciiAtEveryOffsetOfAnAsciiRun)
+{
+    const wchar_t others[] = {0xE9, 0x20AC, 0x1F600, 0x7F};
+    for (wchar_t other : others) {
+        for (size_t at = 0; at < 24; ++at) {
+            std::wstring text(24, L'a');
+            text[at] = other;
+            const Bytes expected = IconvFromWide(text, "UTF-8");
+            ASSERT_EQ(ToBytes(Utf16ToUtf8(text.data(), text.size())), expected) << at;
+            const std::wstring_view pieces[] = {std::wstring_view(text).substr(0, at / 2),
+                                                std::wstring_view(text).substr(at / 2)};
+            ASSERT_EQ(ToBytes(Utf16ToUtf8(pieces)), expected) << at;
+        }
+    }
+    for (const uint32_t bad : {0xDFFFu, 0x110000u, 0x80000041u}) {
+        for (size_t at = 0; at < 20; at += 3) {
+            std::wstring text(20, L'b');
+            text[at] = static_cast<wchar_t>(bad);
+            const std::wstring_view pieces[] = {std::wstring_view(text).substr(0, 5),
+                                                std::wstring_view(text).substr(5)};
+            EXPECT_THROW_MSG(Utf16ToUtf8(pieces), CVxException,
+                             FormatString(L"Invalid character [0x%X] at position %u: cannot be "
+                                          L"encoded as UTF-8",
+                                          bad, static_cast<unsigned>(at)));
+        }
+    }
 }
 
 TEST(Encoder, IllFormedUtf8Raises)

@@ -1,5 +1,6 @@
 #include "TestHelpers.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <dirent.h>
@@ -101,6 +102,16 @@ TEST(TextStream, BytesPerEncoding)
         EXPECT_THROW_MSG(s.ToBytes(), CVxException,
                          L"Unknown Encoding, select UTF-8 (contact our support team)");
     }
+
+    // Counted writes take zeros as text; the UTF-8 bytes of text spread over
+    // many blocks are those of the text as a whole.
+    CTextStream counted(XmlEncoding_UTF8);
+    const std::wstring sample = SampleText(20000) + std::wstring(L"\0z", 2);
+    for (size_t at = 0; at < sample.size(); at += 777) {
+        counted.Write(sample.data() + at, std::min<size_t>(777, sample.size() - at));
+    }
+    EXPECT_EQ(counted.GetLength(), sample.size());
+    EXPECT_EQ(ToBytes(counted.ToBytes()), ToBytes(Utf16ToUtf8(sample.data(), sample.size())));
 
     utf8.Flush(); // in memory: nothing happens
     EXPECT_EQ(utf8.GetLength(), 9u);

@@ -48,8 +48,8 @@ public:
     // buffer next changes.
     const wchar_t* GetBuffer();
 
-    // Empties the buffer. A single block is kept (zeroed) for reuse, so a
-    // buffer that was merged keeps its large block; several blocks are freed.
+    // Empties the buffer. A single block is kept for reuse, so a buffer that
+    // was merged keeps its large block; several blocks are freed.
     void Clear();
 
     // Number of blocks in the chain, and the capacity given to new blocks.

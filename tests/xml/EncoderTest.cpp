@@ -133,6 +133,16 @@ TEST(Encoder, NonAsciiAtEveryOffsetOfAnAsciiRun)
             ASSERT_EQ(ToBytes(Utf16ToUtf8(pieces)), expected) << at;
         }
     }
+    // Long text far from ASCII outgrows the first buffer; an error after
+    // the growth still names its place in the whole text.
+    std::wstring wide;
+    for (int i = 0; i < 9000; ++i) {
+        wide += (i % 3 == 0) ? L'\U0001F600' : L'\u65E5';
+    }
+    ASSERT_EQ(ToBytes(Utf16ToUtf8(wide.data(), wide.size())), IconvFromWide(wide, "UTF-8"));
+    wide[8999] = static_cast<wchar_t>(0xD800);
+    EXPECT_THROW_MSG(Utf16ToUtf8(wide.data(), wide.size()), CVxException,
+                     L"Invalid character [0xD800] at position 8999: cannot be encoded as UTF-8");
     for (const uint32_t bad : {0xDFFFu, 0x110000u, 0x80000041u}) {
         for (size_t at = 0; at < 20; at += 3) {
             std::wstring text(20, L'b');

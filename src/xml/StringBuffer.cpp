@@ -46,8 +46,15 @@ void CStringBuffer::AddBlock(size_t needed)
     if (uint64_t{m_dwTotalBufferLen} + std::max<uint64_t>(needed, m_dwBlockSize) > kMax) {
         throw CVxOverFlowException(msg::kTextTooLong);
     }
-    m_blocks.reserve(m_blocks.size() + 1);
-    m_sizes.reserve(m_sizes.size() + 1);
+    // Room for the new entries before the block exists, so that the pushes
+    // below cannot fail; grown geometrically, as reserving one more each
+    // time would copy the whole chain on every block.
+    if (m_blocks.size() == m_blocks.capacity()) {
+        m_blocks.reserve(std::max<size_t>(16, 2 * m_blocks.size()));
+    }
+    if (m_sizes.size() == m_sizes.capacity()) {
+        m_sizes.reserve(std::max<size_t>(16, 2 * m_sizes.size()));
+    }
     // One spare character for the zero GetBuffer() puts after the text. Not
     // zero-filled: every character is written before it is read, and filling
     // would touch all of a large document's memory once more.

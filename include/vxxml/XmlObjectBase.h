@@ -182,6 +182,12 @@ protected:
     void TestNamespace(const wchar_t* ns, const wchar_t* restriction,
                        const wchar_t* targetNamespace) const;
 
+    // Whether element is the element called name in namespaceUri: the local
+    // name must match exactly; the namespace too, unless the context reads
+    // namespace-blind. False for a null element.
+    bool DoesElementNameMatch(const CSerializationContext& context, const CXmlElement* element,
+                              const wchar_t* name, const wchar_t* namespaceUri) const;
+
     // Send one collection message to sink (nothing happens when it is null).
     // collection is the collection that changed; the data of each message is
     // described with IEventSink::MsgType.

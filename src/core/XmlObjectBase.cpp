@@ -3,6 +3,7 @@
 #include <cassert>
 #include <vxxml/Exceptions.h>
 #include <vxxml/FormatString.h>
+#include <vxxml/XmlElement.h>
 #include <vxxml/XmlObjectBase.h>
 
 namespace VxXmlLib16 {
@@ -93,6 +94,17 @@ bool CXmlObjectBase::IsNamespaceValid(const wchar_t* ns, const wchar_t* restrict
                                       const wchar_t* targetNamespace) const
 {
     return detail::IsNamespaceAllowed(OrEmpty(ns), OrEmpty(restriction), OrEmpty(targetNamespace));
+}
+
+bool CXmlObjectBase::DoesElementNameMatch(const CSerializationContext& context,
+                                          const CXmlElement* element, const wchar_t* name,
+                                          const wchar_t* namespaceUri) const
+{
+    if (element == nullptr || element->GetLocalName() != (name ? name : L"")) {
+        return false;
+    }
+    return context.GetIgnoreNamespaces() ||
+           element->GetNamespaceURI() == (namespaceUri ? namespaceUri : L"");
 }
 
 void CXmlObjectBase::TestNamespace(const wchar_t* ns, const wchar_t* restriction,

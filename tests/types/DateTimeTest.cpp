@@ -4,6 +4,7 @@
 #include <ctime>
 #include <functional>
 #include <random>
+#include <tuple>
 #include <vector>
 #include <vxxml/DateTime.h>
 #include <vxxml/FormatString.h>
@@ -23,12 +24,7 @@ CDateTimeSpan Span(const wchar_t* text)
     return CDateTimeSpan::FromString(text);
 }
 
-const wchar_t* SchemaName(DateTimeType type)
-{
-    static const wchar_t* const names[] = {L"dateTime", L"date", L"time", L"gYearMonth",
-                                           L"gMonthDay"};
-    return names[type];
-}
+constexpr DateTimeType kAllTypes[] = {dt_dateTime, dt_date, dt_time, dt_gYearMonth, dt_gMonthDay};
 
 // The calendar rule written out from its definition, with XML Schema 1.0's
 // year numbering (-0001 is astronomical year 0).
@@ -40,77 +36,57 @@ int MonthLength(int64_t year, int month)
     return month == 2 && leap ? 29 : lengths[month - 1];
 }
 
-// Random lexical values of every kind, with their expected fields, written
-// by independent formatting code.
+// A random lexical value of one kind with its fields, written by formatting
+// code independent of the library's.
 struct Sample
 {
     std::wstring text;
-    int64_t year = 0;
-    int month = 0, day = 0, hour = 0, minute = 0, second = 0;
-    uint64_t fraction = 0;
+    int64_t fields[7]{}; // year, month, day, hour, minute, second, fraction
     bool zoned = false;
     int zone = 0;
 };
 
-class SampleMaker
+struct SampleMaker
 {
-public:
-    explicit SampleMaker(uint64_t seed) : m_rng(seed) {}
+    std::mt19937_64 rng;
 
     int64_t Uniform(int64_t lo, int64_t hi)
     {
-        return std::uniform_int_distribution<int64_t>(lo, hi)(m_rng);
+        return std::uniform_int_distribution<int64_t>(lo, hi)(rng);
     }
 
     Sample Make(DateTimeType type, bool smallYears = false)
     {
         Sample s;
-        const int64_t pick = Uniform(0, 9);
-        s.year = smallYears || pick < 6 ? Uniform(1, 9999)
-                 : pick < 8             ? Uniform(-9999, -1)
-                 : pick < 9             ? Uniform(10000, 999999999)
-                                        : -Uniform(10000, 999999999);
-        s.month = static_cast<int>(Uniform(1, 12));
-        s.day = static_cast<int>(
-            Uniform(1, MonthLength(type == dt_gMonthDay ? 1972 : s.year, s.month)));
-        s.hour = static_cast<int>(Uniform(0, 23));
-        s.minute = static_cast<int>(Uniform(0, 59));
-        s.second = static_cast<int>(Uniform(0, 59));
-        std::wstring fractionText;
-        const int digits = static_cast<int>(Uniform(0, 18));
-        for (int i = 0; i < digits; ++i) {
-            fractionText += static_cast<wchar_t>(L'0' + Uniform(i + 1 == digits ? 1 : 0, 9));
+        int64_t* f = s.fields;
+        const int64_t pick = smallYears ? 0 : Uniform(0, 9);
+        f[0] = pick < 6   ? Uniform(1, 9999)
+               : pick < 8 ? Uniform(-9999, -1)
+               : pick < 9 ? Uniform(10000, 999999999)
+                          : -Uniform(10000, 999999999);
+        f[1] = Uniform(1, 12);
+        f[2] = Uniform(1, MonthLength(type == dt_gMonthDay ? 1972 : f[0], static_cast<int>(f[1])));
+        f[3] = Uniform(0, 23);
+        f[4] = Uniform(0, 59);
+        f[5] = Uniform(0, 59);
+        std::wstring fraction;
+        for (int i = 0, digits = static_cast<int>(Uniform(0, 18)); i < digits; ++i) {
+            fraction += static_cast<wchar_t>(L'0' + Uniform(i + 1 == digits ? 1 : 0, 9));
         }
-        std::wstring padded = fractionText + std::wstring(18 - fractionText.size(), L'0');
-        s.fraction = std::stoull(padded);
+        f[6] =
+            static_cast<int64_t>(std::stoull(fraction + std::wstring(18 - fraction.size(), L'0')));
         const int64_t zonePick = Uniform(0, 4);
         s.zoned = zonePick > 0;
         s.zone = zonePick == 1 ? 0 : static_cast<int>(Uniform(-840, 840));
 
-        const std::wstring ymd =
-            FormatString(L"%s%04lld-%02d-%02d", s.year < 0 ? L"-" : L"",
-                         static_cast<long long>(std::llabs(s.year)), s.month, s.day);
-        std::wstring hms = FormatString(L"%02d:%02d:%02d", s.hour, s.minute, s.second);
-        if (!fractionText.empty()) {
-            hms += L"." + fractionText;
-        }
-        switch (type) {
-        case dt_dateTime:
-            s.text = ymd + L"T" + hms;
-            break;
-        case dt_date:
-            s.text = ymd;
-            break;
-        case dt_time:
-            s.text = hms;
-            break;
-        case dt_gYearMonth:
-            s.text = ymd.substr(0, ymd.size() - 3);
-            break;
-        case dt_gMonthDay:
-            s.text = FormatString(L"--%02d-%02d", s.month, s.day);
-            break;
-        }
+        const std::wstring ym = FormatString(L"%s%04lld-%02d", f[0] < 0 ? L"-" : L"",
+                                             static_cast<long long>(std::llabs(f[0])), int(f[1]));
+        const std::wstring md = FormatString(L"%02d-%02d", int(f[1]), int(f[2]));
+        const std::wstring hms = FormatString(L"%02d:%02d:%02d", int(f[3]), int(f[4]), int(f[5])) +
+                                 (fraction.empty() ? L"" : L"." + fraction);
+        const std::wstring ymd = ym + FormatString(L"-%02d", int(f[2]));
+        const std::wstring texts[] = {ymd + L"T" + hms, ymd, hms, ym, L"--" + md};
+        s.text = texts[type];
         if (s.zoned) {
             s.text += s.zone == 0 ? std::wstring(L"Z")
                                   : FormatString(L"%c%02d:%02d", s.zone < 0 ? L'-' : L'+',
@@ -118,40 +94,33 @@ public:
         }
         return s;
     }
-
-private:
-    std::mt19937_64 m_rng;
 };
 
-constexpr DateTimeType kAllTypes[] = {dt_dateTime, dt_date, dt_time, dt_gYearMonth, dt_gMonthDay};
-
-// A dateTime without fraction as std::chrono sees it, for the oracle tests.
-chr::sys_seconds ChronoInstant(const Sample& s)
+CDateTime MakeDateTime(const Sample& s)
 {
-    const chr::year_month_day ymd{chr::year{static_cast<int>(s.year)},
-                                  chr::month{static_cast<unsigned>(s.month)},
-                                  chr::day{static_cast<unsigned>(s.day)}};
-    return chr::sys_days{ymd} + chr::hours{s.hour} + chr::minutes{s.minute - s.zone} +
-           chr::seconds{s.second};
+    const int64_t* f = s.fields;
+    return CDateTime::MakeDateTime(static_cast<int32_t>(f[0]), int(f[1]), int(f[2]), int(f[3]),
+                                   int(f[4]), int(f[5]));
 }
 
-std::wstring ChronoText(chr::sys_seconds t)
+// A dateTime's whole seconds on std::chrono's time line (no zone counts as UTC).
+chr::sys_seconds Instant(const CDateTime& v)
 {
-    const auto day = chr::floor<chr::days>(t);
-    const chr::year_month_day ymd{day};
-    const chr::hh_mm_ss<chr::seconds> hms{t - day};
-    return FormatString(L"%04d-%02u-%02uT%02d:%02d:%02d", static_cast<int>(ymd.year()),
-                        static_cast<unsigned>(ymd.month()), static_cast<unsigned>(ymd.day()),
-                        static_cast<int>(hms.hours().count()),
-                        static_cast<int>(hms.minutes().count()),
-                        static_cast<int>(hms.seconds().count()));
+    const chr::year_month_day ymd{chr::year{v.GetYear()}, chr::month(unsigned(v.GetMonth())),
+                                  chr::day(unsigned(v.GetDay()))};
+    return chr::sys_days{ymd} + chr::hours{v.GetHour()} + chr::seconds{v.GetSecond()} +
+           chr::minutes{v.GetMinute() - (v.HasTimezone() ? v.GetTimezoneOffset() : 0)};
 }
 
 } // namespace
 
-TEST(DateTime, RandomValuesOfEveryKindRoundTrip)
+TEST(DateTime, RandomValuesOfEveryKindRoundTripAndRefuseMissingFields)
 {
-    SampleMaker maker(20261121);
+    // The fields each kind has, in the order of Sample::fields ('x' = refused).
+    const char* const has[] = {".......", "...xxxx", "xxx....", "..xxxxx", "x..xxxx"};
+    const wchar_t* const names[] = {L"GetYear",   L"GetMonth",  L"GetDay",     L"GetHour",
+                                    L"GetMinute", L"GetSecond", L"GetFraction"};
+    SampleMaker maker{std::mt19937_64(20261121)};
     for (DateTimeType type : kAllTypes) {
         for (int i = 0; i < 3000; ++i) {
             const Sample s = maker.Make(type);
@@ -159,160 +128,102 @@ TEST(DateTime, RandomValuesOfEveryKindRoundTrip)
             const CDateTime value = CDateTime::FromString(s.text, type);
             ASSERT_EQ(value.ToString(), s.text);
             ASSERT_EQ(value.GetType(), type);
-            if (type == dt_dateTime || type == dt_date || type == dt_gYearMonth) {
-                ASSERT_EQ(value.GetYear(), s.year);
-            }
-            if (type != dt_time) {
-                ASSERT_EQ(value.GetMonth(), s.month);
-            }
-            if (type == dt_dateTime || type == dt_date || type == dt_gMonthDay) {
-                ASSERT_EQ(value.GetDay(), s.day);
-            }
-            if (type == dt_dateTime || type == dt_time) {
-                ASSERT_EQ(value.GetHour(), s.hour);
-                ASSERT_EQ(value.GetMinute(), s.minute);
-                ASSERT_EQ(value.GetSecond(), s.second);
-                ASSERT_EQ(value.GetFraction(), s.fraction);
+            const std::function<int64_t()> getters[] = {
+                [&] { return value.GetYear(); },
+                [&] { return value.GetMonth(); },
+                [&] { return value.GetDay(); },
+                [&] { return value.GetHour(); },
+                [&] { return value.GetMinute(); },
+                [&] { return value.GetSecond(); },
+                [&] { return static_cast<int64_t>(value.GetFraction()); }};
+            for (int k = 0; k < 7; ++k) {
+                if (has[type][k] == 'x') {
+                    EXPECT_THROW_MSG(getters[k](), CVxInvalidStateException,
+                                     std::wstring(L"Failed to ") + names[k] +
+                                         L". Invalid Date Type: " + value.GetTypeName() + L".");
+                } else {
+                    ASSERT_EQ(getters[k](), s.fields[k]) << Narrow(names[k]);
+                }
             }
             ASSERT_EQ(value.HasTimezone(), s.zoned);
             if (s.zoned) {
                 ASSERT_EQ(value.GetTimezoneOffset(), s.zone);
+            } else {
+                EXPECT_THROW_MSG(value.GetTimezoneOffset(), CVxInvalidStateException,
+                                 L"Failed to GetTimezoneOffset. The value has no time zone.");
             }
-            const CDateTime copy = value;
-            ASSERT_EQ(copy, value);
+            ASSERT_EQ(CDateTime(value), value);
         }
     }
+    EXPECT_EQ(DT(L"--03-04", dt_gMonthDay).GetTypeName(), std::wstring(L"dt_gMonthDay"));
 }
 
 TEST(DateTime, NonCanonicalTextsReadToTheirValue)
 {
-    const struct
-    {
-        DateTimeType type;
-        const wchar_t* text;
-        const wchar_t* canonical;
-    } cases[] = {
+    const std::tuple<DateTimeType, const wchar_t*, const wchar_t*> cases[] = {
         {dt_dateTime, L"2000-01-01T12:00:00.500", L"2000-01-01T12:00:00.5"},
         {dt_dateTime, L"2000-01-01T12:00:00.000", L"2000-01-01T12:00:00"},
-        {dt_dateTime, L"2000-01-01T12:00:00+00:00", L"2000-01-01T12:00:00Z"},
         {dt_time, L"12:00:00-00:00", L"12:00:00Z"},
         // 24:00:00 is the end of the day: the first instant of the next one.
-        {dt_dateTime, L"1999-12-31T24:00:00Z", L"2000-01-01T00:00:00Z"},
         {dt_dateTime, L"2000-02-28T24:00:00", L"2000-02-29T00:00:00"},
         {dt_dateTime, L"-0001-12-31T24:00:00", L"0001-01-01T00:00:00"},
         {dt_time, L"24:00:00.000+01:00", L"00:00:00+01:00"},
         // Fraction digits past the 18th are dropped, not rounded.
-        {dt_time, L"00:00:00.1234567890123456789999", L"00:00:00.123456789012345678"},
         {dt_time, L"00:00:59.9999999999999999999", L"00:00:59.999999999999999999"},
-        {dt_gMonthDay, L"--02-29", L"--02-29"},
         {dt_date, L"-0001-02-29", L"-0001-02-29"}, // 1 BCE is a leap year
-        {dt_date, L"-0005-02-29", L"-0005-02-29"},
-        {dt_gYearMonth, L"999999999-12", L"999999999-12"},
-    };
-    for (const auto& c : cases) {
-        EXPECT_EQ(DT(c.text, c.type).ToString(), c.canonical) << Narrow(c.text);
+        {dt_date, L"-0005-02-29", L"-0005-02-29"}};
+    for (const auto& [type, text, canonical] : cases) {
+        EXPECT_EQ(DT(text, type).ToString(), canonical) << Narrow(text);
     }
 }
 
 TEST(DateTime, MalformedTextsAreRefusedWithTheReason)
 {
+    const wchar_t* const kindName[] = {L"dateTime", L"date", L"time", L"gYearMonth", L"gMonthDay"};
     const wchar_t* const form[] = {
         L"expected [-]CCYY-MM-DDThh:mm:ss[.s+][Z|(+|-)hh:mm]",
-        L"expected [-]CCYY-MM-DD[Z|(+|-)hh:mm]",
-        L"expected hh:mm:ss[.s+][Z|(+|-)hh:mm]",
-        L"expected [-]CCYY-MM[Z|(+|-)hh:mm]",
-        L"expected --MM-DD[Z|(+|-)hh:mm]",
-    };
-    const wchar_t* const yearZero = L"the year 0000 does not exist";
-    const wchar_t* const yearRange = L"the year is outside -999999999 to 999999999";
-    const wchar_t* const month = L"the month must be 01 to 12";
+        L"expected [-]CCYY-MM-DD[Z|(+|-)hh:mm]", L"expected hh:mm:ss[.s+][Z|(+|-)hh:mm]",
+        L"expected [-]CCYY-MM[Z|(+|-)hh:mm]", L"expected --MM-DD[Z|(+|-)hh:mm]"};
     const wchar_t* const day = L"the day does not exist in that month";
     const wchar_t* const hour = L"the hour must be 00 to 23, or 24:00:00 for the end of the day";
     const wchar_t* const zone = L"the time zone must be between -14:00 and +14:00";
-    const struct
-    {
-        DateTimeType type;
-        const wchar_t* text;
-        const wchar_t* reason;
-    } cases[] = {
-        {dt_dateTime, L"", form[dt_dateTime]},
-        {dt_dateTime, L"2000-01-01", form[dt_dateTime]},
-        {dt_dateTime, L"2000-01-01T12:00", form[dt_dateTime]},
-        {dt_dateTime, L"2000-1-01T12:00:00", form[dt_dateTime]},
-        {dt_dateTime, L"+2000-01-01T12:00:00", form[dt_dateTime]},
-        {dt_dateTime, L"2000-01-01 12:00:00", form[dt_dateTime]},
-        {dt_dateTime, L" 2000-01-01T12:00:00", form[dt_dateTime]},
-        {dt_dateTime, L"2000-01-01T12:00:00Z ", form[dt_dateTime]},
-        {dt_dateTime, L"2000-01-01T12:00:00.", form[dt_dateTime]},
-        {dt_dateTime, L"2000-01-01T12:00:00+5:00", form[dt_dateTime]},
-        {dt_dateTime, L"2000-01-01T12:00:0\u0661", form[dt_dateTime]},
-        {dt_dateTime, L"0000-01-01T00:00:00", yearZero},
-        {dt_dateTime, L"-0000-01-01T00:00:00", yearZero},
-        {dt_dateTime, L"01999-01-01T00:00:00",
-         L"a year of more than four digits must not start with 0"},
-        {dt_dateTime, L"1000000000-01-01T00:00:00", yearRange},
-        {dt_dateTime, L"999999999-12-31T24:00:00", yearRange},
-        {dt_dateTime, L"2000-13-01T00:00:00", month},
-        {dt_dateTime, L"2001-02-29T00:00:00", day},
-        {dt_dateTime, L"2000-01-01T24:00:01", hour},
-        {dt_dateTime, L"2000-01-01T24:00:00.5", hour},
-        {dt_dateTime, L"2000-01-01T12:60:00", L"the minute must be 00 to 59"},
-        {dt_dateTime, L"2000-01-01T12:00:00+14:01", zone},
-        {dt_date, L"2000-01-01T00:00:00", form[dt_date]},
-        {dt_date, L"1900-02-29", day},
-        {dt_date, L"2000-01-00", day},
-        {dt_date, L"-0004-02-29", day}, // astronomical -3: not a leap year
-        {dt_date, L"2000-01-01+10:60", zone},
-        {dt_time, L"1:00:00", form[dt_time]},
-        {dt_time, L"12:00:60", L"the second must be 00 to 59"},
-        {dt_gYearMonth, L"2000-01-01", form[dt_gYearMonth]},
-        {dt_gMonthDay, L"-02-28", form[dt_gMonthDay]},
-        {dt_gMonthDay, L"--02-30", day},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(Narrow(c.text));
-        EXPECT_THROW_MSG(DT(c.text, c.type), CVxInvalidValueException,
-                         std::wstring(L"The value [") + c.text + L"] can not be converted to a " +
-                             SchemaName(c.type) + L": " + c.reason);
-    }
-}
-
-TEST(DateTime, AccessorsRefuseFieldsTheKindDoesNotHave)
-{
-    // The fields each kind lacks, in the order Year Month Day Hour Minute
-    // Second Fraction ('x' = refused); the values themselves are checked by
-    // the round trip above.
-    const wchar_t* const names[] = {L"GetYear",   L"GetMonth",  L"GetDay",     L"GetHour",
-                                    L"GetMinute", L"GetSecond", L"GetFraction"};
-    const struct
-    {
-        const wchar_t* text;
-        DateTimeType type;
-        const char* refused;
-    } kinds[] = {{L"2000-03-04T05:06:07", dt_dateTime, "......."},
-                 {L"2000-03-04", dt_date, "...xxxx"},
-                 {L"05:06:07", dt_time, "xxx...."},
-                 {L"2000-03", dt_gYearMonth, "..xxxxx"},
-                 {L"--03-04", dt_gMonthDay, "x..xxxx"}};
-    for (const auto& k : kinds) {
-        const CDateTime d = DT(k.text, k.type);
-        const std::function<void()> getters[] = {[&] { d.GetYear(); },    [&] { d.GetMonth(); },
-                                                 [&] { d.GetDay(); },     [&] { d.GetHour(); },
-                                                 [&] { d.GetMinute(); },  [&] { d.GetSecond(); },
-                                                 [&] { d.GetFraction(); }};
-        for (int i = 0; i < 7; ++i) {
-            if (k.refused[i] == 'x') {
-                EXPECT_THROW_MSG(getters[i](), CVxInvalidStateException,
-                                 std::wstring(L"Failed to ") + names[i] + L". Invalid Date Type: " +
-                                     d.GetTypeName() + L".");
-            } else {
-                EXPECT_NO_THROW(getters[i]());
-            }
+    // Texts of one kind refused for one reason; nullptr: the kind's lexical form.
+    const std::tuple<DateTimeType, const wchar_t*, std::vector<const wchar_t*>> groups[] = {
+        {dt_dateTime,
+         nullptr,
+         {L"", L"2000-01-01T12:00", L"2000-1-01T12:00:00", L"+2000-01-01T12:00:00",
+          L"2000-01-01 12:00:00", L" 2000-01-01T12:00:00", L"2000-01-01T12:00:00Z ",
+          L"2000-01-01T12:00:00.", L"2000-01-01T12:00:00+5:00", L"2000-01-01T12:00:0\u0661"}},
+        {dt_dateTime,
+         L"the year 0000 does not exist",
+         {L"0000-01-01T00:00:00", L"-0000-01-01T00:00:00"}},
+        {dt_dateTime,
+         L"a year of more than four digits must not start with 0",
+         {L"01999-01-01T00:00:00"}},
+        {dt_dateTime,
+         L"the year is outside -999999999 to 999999999",
+         {L"1000000000-01-01T00:00:00", L"999999999-12-31T24:00:00"}},
+        {dt_dateTime, L"the month must be 01 to 12", {L"2000-13-01T00:00:00"}},
+        {dt_dateTime, hour, {L"2000-01-01T24:00:01", L"2000-01-01T24:00:00.5"}},
+        {dt_dateTime, L"the minute must be 00 to 59", {L"2000-01-01T12:60:00"}},
+        {dt_dateTime, zone, {L"2000-01-01T12:00:00+14:01"}},
+        {dt_dateTime, day, {L"2001-02-29T00:00:00"}},
+        // -0004 is astronomical -3: not a leap year.
+        {dt_date, day, {L"1900-02-29", L"2000-01-00", L"-0004-02-29"}},
+        {dt_date, zone, {L"2000-01-01+10:60"}},
+        {dt_date, nullptr, {L"2000-01-01T00:00:00"}},
+        {dt_time, nullptr, {L"1:00:00"}},
+        {dt_time, L"the second must be 00 to 59", {L"12:00:60"}},
+        {dt_gYearMonth, nullptr, {L"2000-01-01"}},
+        {dt_gMonthDay, nullptr, {L"-02-28"}},
+        {dt_gMonthDay, day, {L"--02-30"}}};
+    for (const auto& [type, reason, texts] : groups) {
+        for (const wchar_t* text : texts) {
+            EXPECT_THROW_MSG(DT(text, type), CVxInvalidValueException,
+                             std::wstring(L"The value [") + text + L"] can not be converted to a " +
+                                 kindName[type] + L": " + (reason ? reason : form[type]));
         }
     }
-    EXPECT_EQ(DT(L"--03-04", dt_gMonthDay).GetTypeName(), std::wstring(L"dt_gMonthDay"));
-    EXPECT_THROW_MSG(DT(L"12:00:00", dt_time).GetTimezoneOffset(), CVxInvalidStateException,
-                     L"Failed to GetTimezoneOffset. The value has no time zone.");
 }
 
 TEST(DateTime, MakeFunctionsCheckTheirFields)
@@ -337,22 +248,40 @@ TEST(DateTime, MakeFunctionsCheckTheirFields)
                      CVxInvalidParamException, L"Unknown date type 7");
 }
 
-TEST(DateTime, ZonedValuesCompareAsUtcInstants)
+TEST(DateTime, ComparisonPlacesValuesOnTheUtcTimeLine)
 {
-    EXPECT_EQ(DT(L"2000-01-01T12:00:00+01:00"), DT(L"2000-01-01T11:00:00Z"));
-    EXPECT_EQ(DT(L"2000-01-01T12:00:00+01:00"), DT(L"2000-01-01T06:30:00-04:30"));
-    EXPECT_LT(DT(L"2000-01-01T12:00:00.1Z"), DT(L"2000-01-01T12:00:00.100000000000000001Z"));
-    EXPECT_GT(DT(L"2000-01-01T00:00:00-14:00"), DT(L"2000-01-01T23:59:59+14:00"));
-    EXPECT_LT(DT(L"-0001-12-31T23:59:59Z"), DT(L"0001-01-01T00:00:00Z"));
-    EXPECT_LT(DT(L"9999-12-31T23:59:59Z"), DT(L"10000-01-01T00:00:00Z"));
-    // A date starts at its midnight: the same instant in two zones.
-    EXPECT_EQ(DT(L"2000-01-02+14:00", dt_date), DT(L"2000-01-01-10:00", dt_date));
-    EXPECT_LT(DT(L"--02-28", dt_gMonthDay), DT(L"--02-29", dt_gMonthDay));
-    EXPECT_LT(DT(L"-0001-12", dt_gYearMonth), DT(L"0001-01", dt_gYearMonth));
-    // Times are placed on one reference day, not compared modulo 24 hours.
-    EXPECT_GT(DT(L"23:00:00-03:00", dt_time), DT(L"01:00:00Z", dt_time));
-    EXPECT_NE(DT(L"00:30:00+01:00", dt_time), DT(L"23:30:00Z", dt_time));
-
+    // CompareTo's total order; 9 marks a pair that ComparePartial finds
+    // unordered: one side without a zone within 14 hours of the other (the
+    // side without a zone is then placed in UTC and, on a tie, first).
+    const std::tuple<DateTimeType, const wchar_t*, const wchar_t*, int, int> cases[] = {
+        {dt_dateTime, L"2000-01-01T12:00:00+01:00", L"2000-01-01T06:30:00-04:30", 0, 0},
+        {dt_dateTime, L"2000-01-01T12:00:00.1Z", L"2000-01-01T12:00:00.100000000000000001Z", -1,
+         -1},
+        {dt_dateTime, L"2000-01-01T00:00:00-14:00", L"2000-01-01T23:59:59+14:00", 1, 1},
+        {dt_dateTime, L"-0001-12-31T23:59:59Z", L"0001-01-01T00:00:00Z", -1, -1},
+        {dt_dateTime, L"9999-12-31T23:59:59Z", L"10000-01-01T00:00:00Z", -1, -1},
+        // A date starts at its midnight: the same instant in two zones.
+        {dt_date, L"2000-01-02+14:00", L"2000-01-01-10:00", 0, 0},
+        {dt_gMonthDay, L"--02-28", L"--02-29", -1, -1},
+        {dt_gYearMonth, L"-0001-12", L"0001-01", -1, -1},
+        // Times are placed on one reference day, not compared modulo 24 hours.
+        {dt_time, L"23:00:00-03:00", L"01:00:00Z", 1, 1},
+        {dt_time, L"00:30:00+01:00", L"23:30:00Z", -1, -1},
+        // XML Schema's own examples of one side without a zone.
+        {dt_dateTime, L"2000-01-15T12:00:00", L"2000-01-16T12:00:00Z", -1, -1},
+        {dt_dateTime, L"2000-01-16T12:00:00Z", L"2000-01-15T12:00:00", 1, 1},
+        {dt_dateTime, L"2000-01-01T12:00:00", L"1999-12-31T23:00:00Z", 1, 9},
+        {dt_dateTime, L"2000-01-16T12:00:00", L"2000-01-16T12:00:00Z", -1, 9},
+        {dt_dateTime, L"2000-01-16T00:00:00", L"2000-01-16T14:00:00Z", -1, 9},
+        {dt_dateTime, L"2000-01-16T00:00:00", L"2000-01-16T14:00:00.1Z", -1, -1}};
+    for (const auto& [type, a, b, total, partial] : cases) {
+        SCOPED_TRACE(Narrow(a) + " vs " + Narrow(b));
+        EXPECT_EQ(DT(a, type).CompareTo(DT(b, type)), total);
+        EXPECT_EQ(DT(a, type).ComparePartial(DT(b, type)),
+                  partial == 9 ? std::partial_ordering::unordered : partial <=> 0);
+        EXPECT_EQ(DT(a, type) == DT(b, type), total == 0);
+        EXPECT_EQ(DT(a, type) < DT(b, type), total < 0);
+    }
     // Different kinds are never equal and cannot be ordered.
     EXPECT_FALSE(DT(L"2000-01-01", dt_date) == DT(L"2000-01-01T00:00:00"));
     EXPECT_EQ(DT(L"2000-01-01", dt_date).ComparePartial(DT(L"2000-01-01T00:00:00")),
@@ -361,108 +290,58 @@ TEST(DateTime, ZonedValuesCompareAsUtcInstants)
                      CVxInvalidParamException, L"Can not compare a dt_date with a dt_dateTime");
 }
 
-TEST(DateTime, OneSideWithoutZoneFollowsTheFourteenHourRule)
+TEST(DateTime, CompareAndDifferenceAgreeWithChronoTimeLine)
 {
-    // XML Schema's own examples; CompareTo places the side without a zone in
-    // UTC and, on a tie, first.
-    const struct
-    {
-        const wchar_t* a;
-        const wchar_t* b;
-        std::partial_ordering partial;
-        int total;
-    } cases[] = {
-        {L"2000-01-15T12:00:00", L"2000-01-16T12:00:00Z", std::partial_ordering::less, -1},
-        {L"2000-01-16T12:00:00Z", L"2000-01-15T12:00:00", std::partial_ordering::greater, 1},
-        {L"2000-01-01T12:00:00", L"1999-12-31T23:00:00Z", std::partial_ordering::unordered, 1},
-        {L"2000-01-16T12:00:00", L"2000-01-16T12:00:00Z", std::partial_ordering::unordered, -1},
-        {L"2000-01-16T00:00:00", L"2000-01-16T12:00:00Z", std::partial_ordering::unordered, -1},
-        {L"2000-01-16T00:00:00", L"2000-01-16T14:00:00Z", std::partial_ordering::unordered, -1},
-        {L"2000-01-16T00:00:00", L"2000-01-16T14:00:00.1Z", std::partial_ordering::less, -1},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(Narrow(c.a) + " vs " + Narrow(c.b));
-        EXPECT_EQ(DT(c.a).ComparePartial(DT(c.b)), c.partial);
-        EXPECT_EQ(DT(c.a).CompareTo(DT(c.b)), c.total);
-    }
-    EXPECT_NE(DT(L"2000-01-16T12:00:00"), DT(L"2000-01-16T12:00:00Z"));
-}
-
-TEST(DateTime, CompareAgreesWithChronoTimeLine)
-{
-    SampleMaker maker(7);
+    SampleMaker maker{std::mt19937_64(7)};
     for (int i = 0; i < 5000; ++i) {
-        Sample a = maker.Make(dt_dateTime, true);
+        const Sample a = maker.Make(dt_dateTime, true);
         Sample b = maker.Make(dt_dateTime, true);
         if (i % 3 == 0) { // many near ties
             b = a;
             b.zone = static_cast<int>(maker.Uniform(-840, 840));
-            b.minute = static_cast<int>(maker.Uniform(0, 59));
+            b.fields[4] = maker.Uniform(0, 59);
         }
-        a.zoned = b.zoned = true;
-        a.fraction = b.fraction = 0;
-        const CDateTime x = CDateTime::MakeDateTime(static_cast<int32_t>(a.year), a.month, a.day,
-                                                    a.hour, a.minute, a.second);
-        CDateTime y = CDateTime::MakeDateTime(static_cast<int32_t>(b.year), b.month, b.day, b.hour,
-                                              b.minute, b.second);
-        CDateTime xz = x;
-        xz.SetTimezone(a.zone);
+        CDateTime x = MakeDateTime(a), y = MakeDateTime(b);
+        x.SetTimezone(a.zone);
         y.SetTimezone(b.zone);
-        const auto ta = ChronoInstant(a);
-        const auto tb = ChronoInstant(b);
-        ASSERT_EQ(xz.CompareTo(y), ta < tb ? -1 : (ta > tb ? 1 : 0))
-            << Narrow(xz.ToString()) << " vs " << Narrow(y.ToString());
-        // The difference is exact and adding it back lands on the other value.
-        ASSERT_EQ((y - xz).GetTotalSeconds(), (tb - ta).count());
-        ASSERT_EQ(xz + (y - xz), y);
+        const auto ta = Instant(x), tb = Instant(y);
+        SCOPED_TRACE(Narrow(x.ToString()) + " vs " + Narrow(y.ToString()));
+        ASSERT_EQ(x.CompareTo(y), ta < tb ? -1 : (ta > tb ? 1 : 0));
+        ASSERT_EQ((y - x).GetTotalSeconds(), (tb - ta).count());
+        ASSERT_EQ(x + (y - x), y);
     }
 }
 
 TEST(DateTime, AddingDurationsFollowsTheSchemaAlgorithm)
 {
-    const struct
-    {
-        DateTimeType type;
-        const wchar_t* start;
-        const wchar_t* span;
-        const wchar_t* expected;
-    } cases[] = {
+    const std::tuple<DateTimeType, const wchar_t*, const wchar_t*, const wchar_t*> cases[] = {
         // The worked examples of XML Schema 1.0.
         {dt_dateTime, L"2000-01-12T12:13:14Z", L"P1Y3M5DT7H10M3.3S", L"2001-04-17T19:23:17.3Z"},
         {dt_gYearMonth, L"2000-01", L"-P3M", L"1999-10"},
         {dt_date, L"2000-01-12", L"PT33H", L"2000-01-13"},
         // Month ends are pinned, then days are added.
-        {dt_date, L"2000-01-31", L"P1M", L"2000-02-29"},
-        {dt_date, L"2001-01-31", L"P1M", L"2001-02-28"},
         {dt_date, L"2000-03-31", L"-P1M", L"2000-02-29"},
-        {dt_date, L"2000-02-29", L"P1Y", L"2001-02-28"},
-        {dt_date, L"2000-03-30", L"P1M1D", L"2000-05-01"},
         {dt_date, L"2000-01-01", L"-PT1S", L"1999-12-31"},
         {dt_dateTime, L"2000-01-31T23:59:59.999999999999999999+05:00", L"P1MT0.000000000000000001S",
          L"2000-03-01T00:00:00+05:00"},
         {dt_dateTime, L"0001-01-01T00:00:00", L"-P1D", L"-0001-12-31T00:00:00"},
-        {dt_date, L"-0001-12-31", L"P1D", L"0001-01-01"},
         {dt_date, L"-0001-02-28", L"P1D", L"-0001-02-29"},
-        {dt_dateTime, L"9999-12-31T23:59:59Z", L"PT1S", L"10000-01-01T00:00:00Z"},
         // A time wraps; months cannot move it.
-        {dt_time, L"23:30:00Z", L"PT1H", L"00:30:00Z"},
         {dt_time, L"00:10:00", L"-P3DT20M", L"23:50:00"},
         {dt_time, L"10:00:00.25", L"P1Y1M", L"10:00:00.25"},
         // A gMonthDay lives in a leap year, and the next ones after it.
         {dt_gMonthDay, L"--02-29", L"P1Y", L"--02-28"},
         {dt_gMonthDay, L"--02-29", L"P4Y", L"--02-29"},
         {dt_gMonthDay, L"--12-31Z", L"P1D", L"--01-01Z"},
-        {dt_gMonthDay, L"--03-01", L"-P1D", L"--02-29"},
         {dt_gMonthDay, L"--01-15", L"P9223372036854775807M", L"--08-15"},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(Narrow(c.start) + " + " + Narrow(c.span));
-        EXPECT_EQ((DT(c.start, c.type) + Span(c.span)).ToString(), c.expected);
-        EXPECT_EQ((DT(c.start, c.type) - (-Span(c.span))).ToString(), c.expected);
+        {dt_date, L"-999999999-01-01", L"P730484999268D", L"999999999-12-31"}};
+    for (const auto& [type, start, span, expected] : cases) {
+        SCOPED_TRACE(Narrow(start) + " + " + Narrow(span));
+        EXPECT_EQ((DT(start, type) + Span(span)).ToString(), expected);
+        EXPECT_EQ((DT(start, type) - (-Span(span))).ToString(), expected);
     }
     // Adding is not associative: the order of the months and days matters.
     EXPECT_EQ((DT(L"2000-03-30", dt_date) + Span(L"P1D") + Span(L"P1M")).ToString(), L"2000-04-30");
-    EXPECT_EQ((DT(L"2000-03-30", dt_date) + Span(L"P1M") + Span(L"P1D")).ToString(), L"2000-05-01");
 
     const wchar_t* overflow =
         L"The result of the date arithmetic is outside the years -999999999 to 999999999";
@@ -472,52 +351,47 @@ TEST(DateTime, AddingDurationsFollowsTheSchemaAlgorithm)
                      overflow);
     EXPECT_THROW_MSG(DT(L"2000-01", dt_gYearMonth) + Span(L"P9223372036854775807M"),
                      CVxOverFlowException, overflow);
-    EXPECT_EQ((DT(L"-999999999-01-01", dt_date) + Span(L"P730484999268D")).ToString(),
-              L"999999999-12-31");
+    EXPECT_THROW_MSG(DT(L"-999999999-01-01T00:00:00Z").ToTimezone(-1), CVxOverFlowException,
+                     overflow);
 }
 
 TEST(DateTime, AddingAgreesWithChronoCalendar)
 {
     // std::chrono's calendar does the same steps independently: add months,
     // pin the day to the month's end, then add the day and time part.
-    SampleMaker maker(99);
+    SampleMaker maker{std::mt19937_64(99)};
     for (int i = 0; i < 5000; ++i) {
-        const Sample s = maker.Make(dt_dateTime, true);
+        const CDateTime start = MakeDateTime(maker.Make(dt_dateTime, true));
         const bool negative = maker.Uniform(0, 1) == 1;
-        const int64_t months = maker.Uniform(0, 1200);
-        const int64_t seconds = maker.Uniform(0, 400LL * 86400);
-        if (s.year + months / 12 + 1 > 9999 || s.year - months / 12 - 2 < 1) {
+        const int64_t months = maker.Uniform(0, 1200), seconds = maker.Uniform(0, 400LL * 86400);
+        if (start.GetYear() + months / 12 + 1 > 9999 || start.GetYear() - months / 12 - 2 < 1) {
             continue;
         }
         const CDateTimeSpan span(negative, months / 12, months % 12, seconds / 86400,
                                  seconds / 3600 % 24, seconds / 60 % 60, seconds % 60);
-        const CDateTime start = CDateTime::MakeDateTime(static_cast<int32_t>(s.year), s.month,
-                                                        s.day, s.hour, s.minute, s.second);
-
-        chr::year_month ym = chr::year{static_cast<int>(s.year)} / s.month;
-        ym += chr::months{negative ? -months : months};
-        const unsigned last = static_cast<unsigned>((ym / chr::last).day());
-        const chr::year_month_day pinned =
-            ym / chr::day{std::min<unsigned>(static_cast<unsigned>(s.day), last)};
-        const chr::sys_seconds expected = chr::sys_days{pinned} + chr::hours{s.hour} +
-                                          chr::minutes{s.minute} + chr::seconds{s.second} +
-                                          chr::seconds{negative ? -seconds : seconds};
-        ASSERT_EQ((start + span).ToString(), ChronoText(expected))
+        const auto ym = chr::year{start.GetYear()} / start.GetMonth() +
+                        chr::months{negative ? -months : months};
+        const unsigned day = std::min(unsigned(start.GetDay()), unsigned((ym / chr::last).day()));
+        const auto timeOfDay = Instant(start) - chr::floor<chr::days>(Instant(start));
+        ASSERT_EQ(Instant(start + span), chr::sys_days{ym / chr::day{day}} + timeOfDay +
+                                             chr::seconds{negative ? -seconds : seconds})
             << Narrow(start.ToString()) << " + " << Narrow(span.ToString());
     }
 }
 
 TEST(DateTime, DifferencesAreDaysAndTime)
 {
-    EXPECT_EQ((DT(L"2000-03-01", dt_date) - DT(L"2000-02-01", dt_date)).ToString(), L"P29D");
-    EXPECT_EQ((DT(L"2000-01-01T00:00:00Z") - DT(L"2000-01-01T01:30:00+02:00")).ToString(),
-              L"PT30M");
-    EXPECT_EQ((DT(L"1999-12-31T23:00:00Z") - DT(L"2000-01-01T00:00:00.5Z")).ToString(),
-              L"-PT1H0.5S");
-    EXPECT_EQ((DT(L"0001-01-01", dt_date) - DT(L"-0001-01-01", dt_date)).ToString(), L"P366D");
-    EXPECT_EQ((DT(L"00:00:00", dt_time) - DT(L"23:59:59", dt_time)).ToString(), L"-PT23H59M59S");
-    EXPECT_EQ((DT(L"999999999-12-31T23:59:59Z") - DT(L"-999999999-01-01T00:00:00Z")).ToString(),
-              L"P730484999268DT23H59M59S");
+    const std::tuple<DateTimeType, const wchar_t*, const wchar_t*, const wchar_t*> cases[] = {
+        {dt_date, L"2000-03-01", L"2000-02-01", L"P29D"},
+        {dt_dateTime, L"2000-01-01T00:00:00Z", L"2000-01-01T01:30:00+02:00", L"PT30M"},
+        {dt_dateTime, L"1999-12-31T23:00:00Z", L"2000-01-01T00:00:00.5Z", L"-PT1H0.5S"},
+        {dt_date, L"0001-01-01", L"-0001-01-01", L"P366D"},
+        {dt_time, L"00:00:00", L"23:59:59", L"-PT23H59M59S"},
+        {dt_dateTime, L"999999999-12-31T23:59:59Z", L"-999999999-01-01T00:00:00Z",
+         L"P730484999268DT23H59M59S"}};
+    for (const auto& [type, a, b, expected] : cases) {
+        EXPECT_EQ((DT(a, type) - DT(b, type)).ToString(), expected) << Narrow(a);
+    }
     EXPECT_THROW_MSG(DT(L"2000-01-01", dt_date) - DT(L"2000-01", dt_gYearMonth),
                      CVxInvalidParamException, L"Can not subtract a dt_gYearMonth from a dt_date");
 }
@@ -534,26 +408,23 @@ TEST(DateTime, TimeZonesMoveWithoutChangingTheInstant)
                      L"Failed to ToTimezone. The value has no time zone.");
     EXPECT_THROW_MSG(DT(L"2000-01-01T00:00:00Z").ToTimezone(-841), CVxInvalidParamException,
                      L"The time zone offset -841 is outside -840 to 840 minutes");
-    EXPECT_THROW_MSG(DT(L"-999999999-01-01T00:00:00Z").ToTimezone(-1), CVxOverFlowException,
-                     L"The result of the date arithmetic is outside the years -999999999 to "
-                     L"999999999");
 
-    SampleMaker maker(3);
+    SampleMaker maker{std::mt19937_64(3)};
     for (int i = 0; i < 2000; ++i) {
-        Sample s = maker.Make(i % 2 ? dt_time : dt_dateTime);
-        if (!s.zoned || std::llabs(s.year) > 999999990) {
+        const DateTimeType type = i % 2 ? dt_time : dt_dateTime;
+        const Sample s = maker.Make(type);
+        if (!s.zoned || std::llabs(s.fields[0]) > 999999990) {
             continue;
         }
-        const CDateTime value = DT(s.text.c_str(), i % 2 ? dt_time : dt_dateTime);
+        const CDateTime value = DT(s.text.c_str(), type);
         const int zone = static_cast<int>(maker.Uniform(-840, 840));
         const CDateTime moved = value.ToTimezone(zone);
         ASSERT_EQ(moved.GetTimezoneOffset(), zone);
         ASSERT_EQ(moved.ToTimezone(s.zone).ToString(), s.text);
-        if (value.GetType() == dt_dateTime) {
+        if (type == dt_dateTime) {
             ASSERT_EQ(moved, value) << Narrow(s.text);
         }
     }
-
     CDateTime local = DT(L"2000-01-01T12:00:00");
     local.SetTimezone(330);
     EXPECT_EQ(local.ToString(), L"2000-01-01T12:00:00+05:30");
@@ -562,7 +433,6 @@ TEST(DateTime, TimeZonesMoveWithoutChangingTheInstant)
 TEST(DateTime, ClockValues)
 {
     const chr::system_clock::time_point epoch{};
-    EXPECT_EQ(CDateTime::FromTimePoint(epoch).ToString(), L"1970-01-01T00:00:00Z");
     EXPECT_EQ(CDateTime::FromTimePoint(epoch - chr::nanoseconds{1}).ToString(),
               L"1969-12-31T23:59:59.999999999Z");
     EXPECT_EQ(CDateTime::FromTimePoint(epoch + chr::hours{24 * 11016}, dt_date).ToString(),
@@ -583,7 +453,6 @@ TEST(DateTime, ClockValues)
     const std::wstring text = now.ToString().substr(0, 19);
     EXPECT_TRUE(text == localText(t0) || text == localText(t1)) << Narrow(text);
     EXPECT_FALSE(now.HasTimezone());
-    // With the zone, the same instant as the UTC clock.
     const CDateTime zoned = CDateTime::Now(dt_dateTime, true);
     EXPECT_LE(zoned, CDateTime::UtcNow());
     EXPECT_LE(CDateTime::FromTimePoint(t1), zoned);
@@ -591,20 +460,18 @@ TEST(DateTime, ClockValues)
 
 TEST(DateTime, MutatedTextsParseConsistentlyOrAreRefused)
 {
-    // Edits of valid texts with the characters the grammar cares about: each
-    // result either is refused with the library's exception or is a value
-    // whose own text reads back to it.
-    SampleMaker maker(11);
+    // One to three characters inserted, deleted or replaced in valid texts:
+    // each result is refused with its text quoted, or reads back as itself.
+    SampleMaker maker{std::mt19937_64(11)};
     const std::wstring alphabet = L"0123456789-+:.TZ 9";
     int accepted = 0;
     for (int i = 0; i < 20000; ++i) {
         const DateTimeType type = kAllTypes[i % 5];
         std::wstring text = maker.Make(type).text;
         for (int edits = static_cast<int>(maker.Uniform(1, 3)); edits > 0; --edits) {
-            const size_t at = static_cast<size_t>(maker.Uniform(0, int64_t(text.size())));
+            const auto at = static_cast<size_t>(maker.Uniform(0, int64_t(text.size())));
             const wchar_t c = alphabet[static_cast<size_t>(maker.Uniform(0, 17))];
             const int64_t kind = maker.Uniform(0, 2);
-            // insert, delete or replace one character
             kind == 0 ? text.insert(at, 1, c) : text.replace(at, 1, kind == 1 ? 0 : 1, c);
         }
         try {

@@ -2,6 +2,7 @@
 #include "core/TestObjects.h"
 
 #include <cstring>
+#include <tuple>
 #include <vxxml/BigInteger.h>
 #include <vxxml/BinaryData.h>
 #include <vxxml/DateTime.h>
@@ -28,28 +29,11 @@ int32_t RefCount(CXmlObjectBase* object)
 // kind, and one 8-byte slot.
 static_assert(sizeof(VxVariant) <= 3 * sizeof(void*));
 
-TEST(VxVariant, FreshVariantIsInvalidAndNotNil)
-{
-    VxVariant v;
-    EXPECT_FALSE(v.IsValid());
-    EXPECT_FALSE(v.IsNil());
-    EXPECT_EQ(v.GetTypeAsEnum(), ItemType_Invalid);
-    EXPECT_THROW_MSG(v.GetType(), CVxException, L"Invalid Type 0");
-    EXPECT_THROW_MSG(v.ToString(nullptr), CVxException, L"Invalid Type 0 to convert to string");
-}
-
 // Every kind through FromString and back through ToString: the dispatch in
 // both directions, the kind names and the lexical forms together.
 TEST(VxVariant, EveryKindRoundTripsThroughText)
 {
-    struct Case
-    {
-        ItemType type;
-        const wchar_t* text;
-        const wchar_t* expected;
-        const wchar_t* name;
-    };
-    const Case cases[] = {
+    const std::tuple<ItemType, const wchar_t*, const wchar_t*, const wchar_t*> cases[] = {
         {ItemType_hexBinary, L" 0a1B ", L"0A1B", L"hexBinary"},
         {ItemType_base64Binary, L"YWJj", L"YWJj", L"base64Binary"},
         {ItemType_i1, L" -128 ", L"-128", L"i1"},
@@ -71,144 +55,84 @@ TEST(VxVariant, EveryKindRoundTripsThroughText)
         {ItemType_date, L"2024-02-29", L"2024-02-29", L"date"},
         {ItemType_datetime, L"2024-02-29T12:34:56Z", L"2024-02-29T12:34:56Z", L"datetime"},
         {ItemType_time, L"12:34:56", L"12:34:56", L"time"},
-        {ItemType_char, L" x ", L"x", L"char"},
+        {ItemType_char, L" \U0001F600 ", L"\U0001F600", L"char"},
         {ItemType_string, L" a \t b ", L"a b", L"string"},
         {ItemType_boolean, L"1", L"true", L"boolean"},
         {ItemType_decimal, L"-12.5", L"-12.5", L"decimal"},
         {ItemType_integer, L"123456789012345678901234567890", L"123456789012345678901234567890",
-         L"integer"},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(Narrow(c.name));
+         L"integer"}};
+    for (const auto& [type, text, expected, name] : cases) {
+        SCOPED_TRACE(Narrow(name));
         VxVariant v;
-        v.FromString(c.text, c.type, kCollapse);
-        EXPECT_EQ(v.GetTypeAsEnum(), c.type);
-        EXPECT_EQ(v.GetType(), c.name);
-        EXPECT_TRUE(v.IsValid());
-        EXPECT_FALSE(v.IsNil());
-        EXPECT_EQ(v.ToString(nullptr), c.expected);
-        // A copy is independent and says the same.
-        VxVariant copy(v);
+        v.FromString(text, type, kCollapse);
+        EXPECT_EQ(v.GetTypeAsEnum(), type);
+        EXPECT_EQ(v.GetType(), name);
+        EXPECT_TRUE(v.IsValid() && !v.IsNil());
+        EXPECT_EQ(v.ToString(nullptr), expected);
+        VxVariant copy(v); // independent of the original
         v.SetI4(0);
-        EXPECT_EQ(copy.ToString(L""), c.expected);
+        EXPECT_EQ(copy.ToString(L""), expected);
     }
 }
 
-TEST(VxVariant, TypedSettersAndGetters)
+TEST(VxVariant, InvalidAndNilStates)
 {
-    VxVariant v;
-    v.SetI1(-5);
-    EXPECT_EQ(v.GetI1(), -5);
-    v.SetI2(-300);
-    EXPECT_EQ(v.GetI2(), -300);
-    v.SetI8(INT64_MIN);
-    EXPECT_EQ(v.GetI8(), INT64_MIN);
-    v.SetUI1(200);
-    EXPECT_EQ(v.GetUI1(), 200);
-    v.SetUI2(60000);
-    EXPECT_EQ(v.GetUI2(), 60000);
-    v.SetUI4(4000000000u);
-    EXPECT_EQ(v.GetUI4(), 4000000000u);
-    v.SetUI8(UINT64_MAX);
-    EXPECT_EQ(v.GetUI8(), UINT64_MAX);
-    v.SetR4(1.5f);
-    EXPECT_EQ(v.GetR4(), 1.5f);
-    v.SetR8(-2.25);
-    EXPECT_EQ(v.GetR8(), -2.25);
-    v.SetYear(2024);
-    EXPECT_EQ(v.GetYear(), 2024);
-    v.SetMonth(12);
-    EXPECT_EQ(v.GetMonth(), 12);
-    v.SetDay(31);
-    EXPECT_EQ(v.GetDay(), 31);
-    v.SetChar(L'\U0001F600');
-    EXPECT_EQ(v.GetChar(), L'\U0001F600');
-    v.SetBoolean(true);
-    EXPECT_TRUE(v.GetBoolean());
-    v.SetString(L"\u00e9t\u00e9");
-    EXPECT_EQ(v.GetString(), L"\u00e9t\u00e9");
-    v.SetDecimal(CDecimal(L"3.25"));
-    EXPECT_EQ(v.GetDecimal().ToString(), L"3.25");
-    v.SetInteger(CBigInteger(L"-99999999999999999999"));
-    EXPECT_EQ(v.GetInteger().ToString(), L"-99999999999999999999");
-    CBinaryData bytes;
-    bytes.SetAsHexString(L"00FF10");
-    v.SetHexBinary(bytes);
-    EXPECT_TRUE(v.GetHexBinary() == bytes);
-    v.SetBase64Binary(bytes);
-    EXPECT_TRUE(v.GetBase64Binary() == bytes);
-    EXPECT_EQ(v.GetTypeAsEnum(), ItemType_base64Binary);
-}
+    VxVariant fresh;
+    EXPECT_FALSE(fresh.IsValid() || fresh.IsNil());
+    EXPECT_THROW_MSG(fresh.GetType(), CVxException, L"Invalid Type 0");
+    EXPECT_THROW_MSG(fresh.ToString(nullptr), CVxException, L"Invalid Type 0 to convert to string");
 
-TEST(VxVariant, NilKeepsTheKindAndDropsTheValue)
-{
+    // A nil keeps its kind but has nothing to format, in copies too.
     VxVariant s;
     s.SetString(L"abc");
     s.SetNil();
-    EXPECT_TRUE(s.IsNil());
-    EXPECT_TRUE(s.IsValid());
-    EXPECT_EQ(s.GetTypeAsEnum(), ItemType_string);
-    EXPECT_EQ(s.GetType(), L"string");
-    EXPECT_THROW(s.ToString(nullptr), CVxInvalidStateException); // nothing to format
-
     const VxVariant copy(s);
-    EXPECT_TRUE(copy.IsNil());
-    EXPECT_EQ(copy.GetTypeAsEnum(), ItemType_string);
-    EXPECT_THROW(copy.ToString(nullptr), CVxInvalidStateException);
-
-    // A scalar keeps its bits in the slot.
+    for (const VxVariant* v : {static_cast<const VxVariant*>(&s), &copy}) {
+        EXPECT_TRUE(v->IsNil() && v->IsValid());
+        EXPECT_EQ(v->GetType(), L"string");
+        EXPECT_THROW(v->ToString(nullptr), CVxInvalidStateException);
+    }
+    // A scalar keeps its bits in the slot; setting a value ends nil.
     VxVariant i;
     i.SetI4(5);
     i.SetNil();
-    EXPECT_EQ(i.GetTypeAsEnum(), ItemType_i4);
-    EXPECT_EQ(i.GetI4(), 5);
     EXPECT_EQ(i.ToString(nullptr), L"5");
-
-    // Setting a value ends nil; clearing a typed nil ends it too.
     i.SetI4(6);
     EXPECT_FALSE(i.IsNil());
+    // Clearing a typed nil ends it; an untyped nil stays nil through Clear.
     s.Clear();
-    EXPECT_FALSE(s.IsNil());
-    EXPECT_FALSE(s.IsValid());
-}
-
-TEST(VxVariant, NilAndInvalidStaysNil)
-{
-    VxVariant v;
-    v.SetNil();
-    EXPECT_TRUE(v.IsNil());
-    EXPECT_TRUE(v.IsValid());
-    EXPECT_EQ(v.GetTypeAsEnum(), ItemType_Invalid);
-    v.Clear();
-    EXPECT_TRUE(v.IsNil());
-    EXPECT_TRUE(v.IsValid());
-    v.SetInvalid();
-    EXPECT_TRUE(v.IsNil());
-    const VxVariant copy(v);
-    EXPECT_TRUE(copy.IsNil());
-    EXPECT_EQ(copy.GetTypeAsEnum(), ItemType_Invalid);
+    EXPECT_FALSE(s.IsNil() || s.IsValid());
+    VxVariant untyped;
+    untyped.SetNil();
+    untyped.Clear();
+    untyped.SetInvalid();
+    const VxVariant untypedCopy(untyped);
+    EXPECT_TRUE(untypedCopy.IsNil() && untypedCopy.IsValid());
+    EXPECT_EQ(untypedCopy.GetTypeAsEnum(), ItemType_Invalid);
 }
 
 TEST(VxVariant, CopiesOwnTheirHeapValues)
 {
-    VxVariant a;
+    VxVariant a, b;
     a.SetString(L"first");
-    VxVariant b;
     b.SetDecimal(CDecimal(L"1.5"));
     b = a;
     a.SetString(L"second");
     EXPECT_EQ(b.GetString(), L"first");
     b = b; // self-assignment keeps the value
     EXPECT_EQ(b.GetString(), L"first");
-
     VxVariant moved(std::move(a));
     EXPECT_EQ(moved.GetString(), L"second");
     EXPECT_FALSE(a.IsValid()); // NOLINT(bugprone-use-after-move): the state is documented
     b = std::move(moved);
     EXPECT_EQ(b.GetString(), L"second");
 
-    // Replacing a heap value with a scalar and back frees and allocates
-    // without leaks (the sanitizer build checks).
+    CBinaryData bytes;
+    bytes.SetAsHexString(L"00FF10");
+    b.SetHexBinary(bytes);
+    EXPECT_TRUE(VxVariant(b).GetHexBinary() == bytes);
+    // Replacing heap values with scalars and back must not leak (the
+    // sanitizer build checks).
     for (int i = 0; i < 3; ++i) {
         b.SetInteger(CBigInteger(L"12345678901234567890"));
         b.SetR8(1.0);
@@ -226,13 +150,10 @@ TEST(VxVariant, ObjectsAreReferenceCounted)
     {
         VxVariant a;
         a.SetXmlObject(object);
-        EXPECT_EQ(RefCount(object), 2);
         VxVariant b(a);
-        EXPECT_EQ(RefCount(object), 3);
         EXPECT_EQ(b.GetXmlObject().Get(), object.Get());
         EXPECT_EQ(RefCount(object), 3); // the returned pointer's reference is gone again
-        // Storing the object a variant already holds must not drop it first.
-        a.SetXmlObject(object);
+        a.SetXmlObject(object);         // storing the held object must not drop it first
         EXPECT_EQ(RefCount(object), 3);
         EXPECT_THROW_MSG(a.GetType(), CVxException, L"Invalid Type 27");
         EXPECT_THROW_MSG(a.ToString(nullptr), CVxException,
@@ -242,22 +163,17 @@ TEST(VxVariant, ObjectsAreReferenceCounted)
     EXPECT_EQ(destroyed, 0);
 
     // The variant as the only holder destroys the object when it lets go.
-    {
-        VxVariant sole;
-        sole.SetXmlCollection(new CTestObject(&destroyed));
-        EXPECT_EQ(sole.GetTypeAsEnum(), ItemType_XmlCollection);
-        EXPECT_NE(sole.GetXmlCollection().Get(), nullptr);
-        EXPECT_NE(sole.GetXmlObject().Get(), nullptr); // a collection is an object
-        sole.SetNil();
-        EXPECT_EQ(destroyed, 1);
-        EXPECT_EQ(sole.GetTypeAsEnum(), ItemType_XmlCollection);
-    }
+    VxVariant sole;
+    sole.SetXmlCollection(new CTestObject(&destroyed));
+    EXPECT_NE(sole.GetXmlObject().Get(), nullptr); // a collection is an object
+    sole.SetNil();
+    EXPECT_EQ(destroyed, 1);
+    EXPECT_EQ(sole.GetTypeAsEnum(), ItemType_XmlCollection);
+
     VxVariant empty;
     empty.SetXmlObject(nullptr);
     EXPECT_EQ(empty.GetTypeAsEnum(), ItemType_XmlObjectBase);
-    EXPECT_EQ(empty.GetXmlObject().Get(), nullptr);
-    const VxVariant emptyCopy(empty);
-    EXPECT_EQ(emptyCopy.GetXmlObject().Get(), nullptr);
+    EXPECT_EQ(VxVariant(empty).GetXmlObject().Get(), nullptr);
 }
 
 TEST(VxVariant, FormatReachesOnlyTheNumberKinds)
@@ -267,7 +183,6 @@ TEST(VxVariant, FormatReachesOnlyTheNumberKinds)
     EXPECT_EQ(v.ToString(L"%.2f"), L"42");
     v.SetR8(2.5);
     EXPECT_EQ(v.ToString(L"%.3f"), L"2.500");
-    EXPECT_EQ(v.ToString(nullptr), L"2.5");
     v.SetR4(0.25f);
     EXPECT_EQ(v.ToString(L"%.1e"), L"2.5e-01");
     v.SetDecimal(CDecimal(L"1.005"));
@@ -282,9 +197,7 @@ TEST(VxVariant, FromStringFailuresLeaveTheValue)
     v.SetString(L"keep");
     EXPECT_THROW_MSG(v.FromString(L"abc", ItemType_i4, kCollapse), CVxInvalidValueException,
                      L"The value [abc] can not be converted to a i4");
-    EXPECT_EQ(v.GetString(), L"keep");
     EXPECT_THROW(v.FromString(L"2024-13-01", ItemType_date, kCollapse), CVxException);
-    EXPECT_EQ(v.GetString(), L"keep");
     for (int type : {0, 27, 28, 29, -1}) {
         EXPECT_THROW_MSG(v.FromString(L"1", static_cast<ItemType>(type), kCollapse), CVxException,
                          L"Invalid Type " + std::to_wstring(type) + L" to convert to string");
@@ -303,19 +216,16 @@ TEST(VxVariant, CopyOfUnknownTypeThrows)
     for (size_t offset = sizeof(void*); offset + 4 <= sizeof corrupt; offset += 4) {
         int32_t field;
         std::memcpy(&field, bytes + offset, 4);
-        if (field == ItemType_i4) {
-            at = offset;
-        }
+        at = field == ItemType_i4 ? offset : at;
     }
     ASSERT_NE(at, 0u);
-    const int32_t bad = 77;
+    const int32_t bad = 77, scalar = ItemType_i4;
     std::memcpy(bytes + at, &bad, 4);
     VxVariant target;
     EXPECT_THROW_MSG(target = corrupt, CVxException, L"Unknown Type");
     EXPECT_THROW_MSG(VxVariant{corrupt}, CVxException, L"Unknown Type");
     EXPECT_THROW_MSG(corrupt.GetType(), CVxException, L"Invalid Type 77");
-    const int32_t scalar = ItemType_i4; // restore so the destructor sees a real kind
-    std::memcpy(bytes + at, &scalar, 4);
+    std::memcpy(bytes + at, &scalar, 4); // restore so the destructor sees a real kind
 }
 
 #ifdef NDEBUG

@@ -6,7 +6,9 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <span>
 #include <string>
+#include <string_view>
 #include <vxxml/BinaryData.h>
 #include <vxxml/Export.h>
 
@@ -19,6 +21,10 @@ namespace VxXmlLib16 {
 VXXML_API CBinaryData Utf16ToUtf8(const wchar_t* text);
 // The same for count characters; zeros inside are converted like any other.
 VXXML_API CBinaryData Utf16ToUtf8(const wchar_t* text, size_t count);
+// The pieces joined, as one value, without joining them in memory first
+// (text kept in blocks). Positions in messages count from the start of the
+// first piece.
+VXXML_API CBinaryData Utf16ToUtf8(std::span<const std::wstring_view> pieces);
 
 // Text of UTF-8 bytes (no byte-order mark handling: EF BB BF becomes
 // U+FEFF). Ill-formed input (a stray or missing continuation byte, an

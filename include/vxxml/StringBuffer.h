@@ -48,13 +48,20 @@ public:
     // buffer next changes.
     const wchar_t* GetBuffer();
 
-    // Empties the buffer. A single block is kept (zeroed) for reuse, so a
-    // buffer that was merged keeps its large block; several blocks are freed.
+    // Empties the buffer. A single block is kept for reuse, so a buffer that
+    // was merged keeps its large block; several blocks are freed.
     void Clear();
 
     // Number of blocks in the chain, and the capacity given to new blocks.
     uint32_t GetBlockCount() const { return static_cast<uint32_t>(m_blocks.size()); }
     uint32_t GetBlockSize() const { return m_dwBlockSize; }
+    // The text of block `index` (oldest first) and its character count, for
+    // readers that can take the text piece by piece without merging it.
+    const wchar_t* GetBlock(uint32_t index, uint32_t& length) const
+    {
+        length = (index + 1 == m_blocks.size()) ? m_LastBlock_DataIn : m_sizes[index];
+        return m_blocks[index];
+    }
 
 private:
     // Starts a new block; the newest one must be full. `needed` only serves

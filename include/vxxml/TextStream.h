@@ -30,6 +30,8 @@ public:
 
     void Write(wchar_t c) { m_buffer.Append(c); }
     void Write(const wchar_t* text) { m_buffer.Append(text); }
+    // count characters, zeros included: no need to measure the text.
+    void Write(const wchar_t* text, size_t count) { m_buffer.Append(text, count); }
     void Write(const std::wstring& text) { m_buffer.Append(text); }
 
     // Characters buffered (since the last Open, or Flush of a file stream).
@@ -42,7 +44,8 @@ public:
     // UTF-8, or UTF-16LE for both UTF-16 values. Any other encoding raises
     // CVxException "Unknown Encoding, select UTF-8 (contact our support
     // team)"; text with no form in the encoding raises CVxException (see
-    // Encoder.h and BinaryData.h).
+    // Encoder.h and BinaryData.h). The blocks of text are converted one after
+    // the other straight into the result; they are not merged first.
     CBinaryData ToBytes();
 
 protected:

@@ -1,5 +1,7 @@
 #include "xml/StreamMessages.h"
 
+#include <algorithm>
+#include <cassert>
 #include <cstring>
 #include <cwchar>
 #include <limits>
@@ -7,6 +9,10 @@
 #include <vxxml/Encoder.h>
 #include <vxxml/Exceptions.h>
 #include <vxxml/FormatString.h>
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 
 namespace VxXmlLib16 {
 
@@ -72,6 +78,68 @@ inline size_t DecodeUtf8(const unsigned char* p, size_t left, uint32_t& cp)
     return length;
 }
 
+#if defined(__SSE2__)
+// True when none of the four characters in v is above 0x7F. wchar_t is
+// signed here, so a "negative" value (above 0x7FFFFFFF) has its top bit set
+// and fails the test as well.
+inline bool FourAscii(__m128i v)
+{
+    return _mm_movemask_epi8(_mm_cmpeq_epi32(_mm_srli_epi32(v, 7), _mm_setzero_si128())) == 0xFFFF;
+}
+#endif
+
+// Writes the UTF-8 bytes of count characters (at most 4 * count bytes) and
+// returns the end of what was written. Throws at the first character with no
+// UTF-8 form, naming its position counted from `first`.
+unsigned char* EncodeUtf8(const wchar_t* text, size_t count, unsigned char* out, size_t first)
+{
+    static_assert(sizeof(wchar_t) == 4, "one code point per wchar_t");
+    size_t i = 0;
+    while (i < count) {
+#if defined(__SSE2__)
+        // ASCII runs: eight characters narrowed to eight bytes per step. The
+        // values are below 0x80, so the saturating packs keep them as they are.
+        while (count - i >= 8) {
+            const __m128i a = _mm_loadu_si128(reinterpret_cast<const __m128i*>(text + i));
+            const __m128i b = _mm_loadu_si128(reinterpret_cast<const __m128i*>(text + i + 4));
+            if (!FourAscii(_mm_or_si128(a, b))) {
+                break;
+            }
+            const __m128i words = _mm_packs_epi32(a, b);
+            _mm_storel_epi64(reinterpret_cast<__m128i*>(out), _mm_packus_epi16(words, words));
+            i += 8;
+            out += 8;
+        }
+        if (i == count) {
+            break;
+        }
+#endif
+        const auto cp = static_cast<uint32_t>(text[i]);
+        if (cp < 0x80) {
+            *out++ = static_cast<unsigned char>(cp);
+        } else if (cp < 0x800) {
+            *out++ = static_cast<unsigned char>(0xC0 | (cp >> 6));
+            *out++ = static_cast<unsigned char>(0x80 | (cp & 0x3F));
+        } else if (cp < 0x10000) {
+            if (cp >= 0xD800 && cp <= 0xDFFF) {
+                ThrowNotEncodable(cp, first + i);
+            }
+            *out++ = static_cast<unsigned char>(0xE0 | (cp >> 12));
+            *out++ = static_cast<unsigned char>(0x80 | ((cp >> 6) & 0x3F));
+            *out++ = static_cast<unsigned char>(0x80 | (cp & 0x3F));
+        } else if (cp <= 0x10FFFF) {
+            *out++ = static_cast<unsigned char>(0xF0 | (cp >> 18));
+            *out++ = static_cast<unsigned char>(0x80 | ((cp >> 12) & 0x3F));
+            *out++ = static_cast<unsigned char>(0x80 | ((cp >> 6) & 0x3F));
+            *out++ = static_cast<unsigned char>(0x80 | (cp & 0x3F));
+        } else {
+            ThrowNotEncodable(cp, first + i);
+        }
+        ++i;
+    }
+    return out;
+}
+
 } // namespace
 
 CBinaryData Utf16ToUtf8(const wchar_t* text)
@@ -84,53 +152,56 @@ CBinaryData Utf16ToUtf8(const wchar_t* text, size_t count)
     if (text == nullptr || count == 0) {
         return CBinaryData();
     }
-    // Measuring pass; pure ASCII needs one byte per character.
+    const std::wstring_view piece(text, count);
+    return Utf16ToUtf8(std::span<const std::wstring_view>(&piece, 1));
+}
+
+CBinaryData Utf16ToUtf8(std::span<const std::wstring_view> pieces)
+{
+    // One pass: the text is validated while it is converted (the buffer is
+    // freed when a character without UTF-8 form is met). The buffer is sized
+    // for mostly-ASCII text and grown only when a stretch could overrun it,
+    // so the usual document is converted without a measuring pass and
+    // without a copy.
+    constexpr size_t kStretch = 4096;
+    size_t total = 0;
+    for (const std::wstring_view& piece : pieces) {
+        total += piece.size();
+    }
+    if (total == 0) {
+        return CBinaryData();
+    }
+    if (total > std::numeric_limits<uint32_t>::max()) {
+        // At least one byte per character: too long whatever the text.
+        throw CVxOverFlowException(L"UTF-8 text exceeds the maximum length of 4294967295 bytes");
+    }
+    size_t capacity = total + total / 8 + 4 * std::min(total, kStretch);
+    auto bytes = std::make_unique_for_overwrite<unsigned char[]>(capacity);
     size_t length = 0;
-    for (size_t i = 0; i < count; ++i) {
-        const auto cp = static_cast<uint32_t>(text[i]);
-        if (cp < 0x80) {
-            length += 1;
-        } else if (cp < 0x800) {
-            length += 2;
-        } else if (cp < 0x10000) {
-            if (cp >= 0xD800 && cp <= 0xDFFF) {
-                ThrowNotEncodable(cp, i);
+    size_t position = 0;
+    for (const std::wstring_view& piece : pieces) {
+        for (size_t at = 0; at < piece.size(); at += kStretch) {
+            const size_t count = std::min(kStretch, piece.size() - at);
+            if (capacity - length < 4 * count) {
+                capacity = std::max(2 * capacity, length + 4 * count);
+                auto grown = std::make_unique_for_overwrite<unsigned char[]>(capacity);
+                std::memcpy(grown.get(), bytes.get(), length);
+                bytes = std::move(grown);
             }
-            length += 3;
-        } else if (cp <= 0x10FFFF) {
-            length += 4;
-        } else {
-            ThrowNotEncodable(cp, i);
+            unsigned char* const out = bytes.get() + length;
+            length +=
+                static_cast<size_t>(EncodeUtf8(piece.data() + at, count, out, position) - out);
+            position += count;
         }
     }
     if (length > std::numeric_limits<uint32_t>::max()) {
         throw CVxOverFlowException(L"UTF-8 text exceeds the maximum length of 4294967295 bytes");
     }
-    auto bytes = std::make_unique_for_overwrite<unsigned char[]>(length);
-    unsigned char* out = bytes.get();
-    if (length == count) {
-        for (size_t i = 0; i < count; ++i) {
-            out[i] = static_cast<unsigned char>(text[i]);
-        }
-    } else {
-        for (size_t i = 0; i < count; ++i) {
-            const auto cp = static_cast<uint32_t>(text[i]);
-            if (cp < 0x80) {
-                *out++ = static_cast<unsigned char>(cp);
-            } else if (cp < 0x800) {
-                *out++ = static_cast<unsigned char>(0xC0 | (cp >> 6));
-                *out++ = static_cast<unsigned char>(0x80 | (cp & 0x3F));
-            } else if (cp < 0x10000) {
-                *out++ = static_cast<unsigned char>(0xE0 | (cp >> 12));
-                *out++ = static_cast<unsigned char>(0x80 | ((cp >> 6) & 0x3F));
-                *out++ = static_cast<unsigned char>(0x80 | (cp & 0x3F));
-            } else {
-                *out++ = static_cast<unsigned char>(0xF0 | (cp >> 18));
-                *out++ = static_cast<unsigned char>(0x80 | ((cp >> 12) & 0x3F));
-                *out++ = static_cast<unsigned char>(0x80 | ((cp >> 6) & 0x3F));
-                *out++ = static_cast<unsigned char>(0x80 | (cp & 0x3F));
-            }
-        }
+    if (capacity - length > length / 4 + 64) {
+        // Far more text outside ASCII than expected: give the spare room back.
+        auto exact = std::make_unique_for_overwrite<unsigned char[]>(length);
+        std::memcpy(exact.get(), bytes.get(), length);
+        bytes = std::move(exact);
     }
     CBinaryData result(bytes.get(), static_cast<uint32_t>(length), true);
     bytes.release();

@@ -46,11 +46,19 @@ void CStringBuffer::AddBlock(size_t needed)
     if (uint64_t{m_dwTotalBufferLen} + std::max<uint64_t>(needed, m_dwBlockSize) > kMax) {
         throw CVxOverFlowException(msg::kTextTooLong);
     }
-    m_blocks.reserve(m_blocks.size() + 1);
-    m_sizes.reserve(m_sizes.size() + 1);
-    // Zero-filled with one spare character, so a lone block is always a
-    // terminated string.
-    auto* block = new wchar_t[m_dwBlockSize + 1]();
+    // Room for the new entries before the block exists, so that the pushes
+    // below cannot fail; grown geometrically, as reserving one more each
+    // time would copy the whole chain on every block.
+    if (m_blocks.size() == m_blocks.capacity()) {
+        m_blocks.reserve(std::max<size_t>(16, 2 * m_blocks.size()));
+    }
+    if (m_sizes.size() == m_sizes.capacity()) {
+        m_sizes.reserve(std::max<size_t>(16, 2 * m_sizes.size()));
+    }
+    // One spare character for the zero GetBuffer() puts after the text. Not
+    // zero-filled: every character is written before it is read, and filling
+    // would touch all of a large document's memory once more.
+    auto* block = new wchar_t[m_dwBlockSize + 1];
     m_blocks.push_back(block);
     m_sizes.push_back(m_dwBlockSize);
     m_pLastBlock = block;
@@ -94,6 +102,7 @@ const wchar_t* CStringBuffer::GetBuffer()
         return kEmpty;
     }
     if (m_blocks.size() == 1) {
+        m_pLastBlock[m_LastBlock_DataIn] = 0;
         return m_pLastBlock;
     }
     auto* merged = new wchar_t[size_t{m_dwTotalBufferLen} + 1];
@@ -121,7 +130,7 @@ const wchar_t* CStringBuffer::GetBuffer()
 void CStringBuffer::Clear()
 {
     if (m_blocks.size() == 1) {
-        std::wmemset(m_pLastBlock, 0, size_t{m_LastBlock_SizeOf} + 1);
+        m_pLastBlock[0] = 0;
         m_LastBlock_DataIn = 0;
         m_dwTotalBufferLen = 0;
     } else {

@@ -4,6 +4,8 @@
 
 #include <limits>
 #include <memory>
+#include <string_view>
+#include <vector>
 #include <vxxml/Encoder.h>
 #include <vxxml/Exceptions.h>
 #include <vxxml/FormatString.h>
@@ -34,8 +36,22 @@ void CTextStream::Flush() {}
 CBinaryData CTextStream::ToBytes()
 {
     switch (m_encoding) {
-    case XmlEncoding_UTF8:
-        return Utf16ToUtf8(m_buffer.GetBuffer(), m_buffer.GetLength());
+    case XmlEncoding_UTF8: {
+        // Converted as the text lies in the buffer's blocks: merging them
+        // first would copy the whole document once more, into one array as
+        // large as the wide text.
+        const uint32_t blockCount = m_buffer.GetBlockCount();
+        std::vector<std::wstring_view> pieces;
+        pieces.reserve(blockCount);
+        for (uint32_t i = 0; i < blockCount; ++i) {
+            uint32_t count = 0;
+            const wchar_t* text = m_buffer.GetBlock(i, count);
+            if (count != 0) {
+                pieces.emplace_back(text, count);
+            }
+        }
+        return Utf16ToUtf8(pieces);
+    }
     case XmlEncoding_UTF16:
     case XmlEncoding_UTF16_NoDecl: {
         const wchar_t* text = m_buffer.GetBuffer();

@@ -145,11 +145,9 @@ void CXmlTextWriter::PutText(const wchar_t* text)
 void CXmlTextWriter::Drain()
 {
     if (m_cchPending != 0) {
-        // The buffer has room for a terminating zero, so the stream can take
-        // it as one string.
-        m_pending[m_cchPending] = L'\0';
+        const size_t count = m_cchPending;
         m_cchPending = 0;
-        m_pStream->Write(m_pending);
+        m_pStream->Write(m_pending, count);
     }
 }
 
@@ -186,8 +184,15 @@ const wchar_t* FindSpecial(const wchar_t* p, const wchar_t* end, const unsigned 
     const __m128i cr = _mm_set1_epi32(L'\r');
     const __m128i quot = _mm_set1_epi32(attributeMode ? L'"' : L'&');
     const __m128i tab = _mm_set1_epi32(attributeMode ? L'\t' : L'&');
+    // Every special character is at most '>': four letters (or characters
+    // beyond ASCII) pass with one comparison.
+    const __m128i highest = _mm_set1_epi32(L'>');
     while (end - p >= 4) {
         const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+        if (_mm_movemask_epi8(_mm_cmpgt_epi32(v, highest)) == 0xFFFF) {
+            p += 4;
+            continue;
+        }
         const __m128i hits = _mm_or_si128(
             _mm_or_si128(_mm_or_si128(_mm_cmpeq_epi32(v, amp), _mm_cmpeq_epi32(v, lt)),
                          _mm_or_si128(_mm_cmpeq_epi32(v, gt), _mm_cmpeq_epi32(v, quot))),

@@ -4,8 +4,10 @@
 #include <iconv.h>
 #include <random>
 #include <string>
+#include <string_view>
 #include <vector>
 #include <vxxml/Encoder.h>
+#include <vxxml/FormatString.h>
 
 using namespace VxXmlLib16;
 
@@ -121,6 +123,47 @@ TEST(Encoder, IllFormedTextRaises)
     EXPECT_THROW_MSG(BytesToWString(odd, 3), CVxException,
                      L"Invalid UTF-16 data: odd number of bytes [3]");
     EXPECT_THROW_MSG(BytesToWString(odd, -2), CVxInvalidParamException, L"Invalid byte count [-2]");
+}
+
+// ASCII is converted several characters at a time: a character that is not
+// ASCII (or not encodable) must be found wherever it falls in such a run, and
+// text given in pieces must convert as the pieces joined.
+TEST(Encoder, NonAsciiAtEveryOffsetOfAnAsciiRun)
+{
+    const wchar_t others[] = {0xE9, 0x20AC, 0x1F600, 0x7F};
+    for (wchar_t other : others) {
+        for (size_t at = 0; at < 24; ++at) {
+            std::wstring text(24, L'a');
+            text[at] = other;
+            const Bytes expected = FromWide(text, "UTF-8");
+            ASSERT_EQ(ToBytes(Utf16ToUtf8(text.data(), text.size())), expected) << at;
+            const std::wstring_view pieces[] = {std::wstring_view(text).substr(0, at / 2),
+                                                std::wstring_view(text).substr(at / 2)};
+            ASSERT_EQ(ToBytes(Utf16ToUtf8(pieces)), expected) << at;
+        }
+    }
+    // Long text far from ASCII outgrows the first buffer; an error after
+    // the growth still names its place in the whole text.
+    std::wstring wide;
+    for (int i = 0; i < 9000; ++i) {
+        wide += (i % 3 == 0) ? L'\U0001F600' : L'\u65E5';
+    }
+    ASSERT_EQ(ToBytes(Utf16ToUtf8(wide.data(), wide.size())), FromWide(wide, "UTF-8"));
+    wide[8999] = static_cast<wchar_t>(0xD800);
+    EXPECT_THROW_MSG(Utf16ToUtf8(wide.data(), wide.size()), CVxException,
+                     L"Invalid character [0xD800] at position 8999: cannot be encoded as UTF-8");
+    for (const uint32_t bad : {0xDFFFu, 0x110000u, 0x80000041u}) {
+        for (size_t at = 0; at < 20; at += 3) {
+            std::wstring text(20, L'b');
+            text[at] = static_cast<wchar_t>(bad);
+            const std::wstring_view pieces[] = {std::wstring_view(text).substr(0, 5),
+                                                std::wstring_view(text).substr(5)};
+            EXPECT_THROW_MSG(Utf16ToUtf8(pieces), CVxException,
+                             FormatString(L"Invalid character [0x%X] at position %u: cannot be "
+                                          L"encoded as UTF-8",
+                                          bad, static_cast<unsigned>(at)));
+        }
+    }
 }
 
 TEST(Encoder, RandomBytesAgreeWithIconv)

@@ -1,5 +1,6 @@
 #include "TestHelpers.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -77,6 +78,23 @@ TEST(TextStream, BytesPerEncoding)
         EXPECT_THROW_MSG(s.ToBytes(), CVxException,
                          L"Unknown Encoding, select UTF-8 (contact our support team)");
     }
+}
+
+TEST(TextStream, CountedWritesAcrossManyBlocks)
+{
+    // Counted writes take zeros as text; the UTF-8 bytes of text spread over
+    // many blocks are those of the text as a whole.
+    std::wstring sample;
+    for (int i = 0; i < 20000; ++i) {
+        sample += static_cast<wchar_t>(i % 5 == 0 ? 0x1F600 + i % 40 : L'a' + i % 26);
+    }
+    sample += std::wstring(L"\0z", 2);
+    CTextStream counted(XmlEncoding_UTF8);
+    for (size_t at = 0; at < sample.size(); at += 777) {
+        counted.Write(sample.data() + at, std::min<size_t>(777, sample.size() - at));
+    }
+    EXPECT_EQ(counted.GetLength(), sample.size());
+    EXPECT_EQ(ToBytes(counted.ToBytes()), ToBytes(Utf16ToUtf8(sample.data(), sample.size())));
 }
 
 TEST_F(FileStreams, TextFileWithManyFlushes)

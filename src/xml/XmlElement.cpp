@@ -181,7 +181,6 @@ CXmlAttribute* CXmlElement::AddAttribute(const wchar_t* localName, const wchar_t
 
 void CXmlElement::AddAttributeUtf8(const detail::XmlName* name, const char* value, size_t bytes)
 {
-    m_attributes.reserve(m_attributes.size() + 1);
     m_attributes.push_back(CXmlAttribute::Create(m_pDocument->Pool(), this, name, value, bytes));
 }
 

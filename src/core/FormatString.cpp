@@ -19,11 +19,11 @@ bool IsLengthModifier(wchar_t c)
 
 // Formats one numeric conversion. Only the size of the buffer can make
 // vswprintf fail for numbers, so growing it always ends.
-template <typename T> void AppendNumber(std::wstring& out, const std::wstring& spec, T value)
+template <typename T> void AppendNumber(std::wstring& out, const std::wstring& directive, T value)
 {
     std::vector<wchar_t> buffer(128);
     for (;;) {
-        const int written = std::swprintf(buffer.data(), buffer.size(), spec.c_str(), value);
+        const int written = std::swprintf(buffer.data(), buffer.size(), directive.c_str(), value);
         if (written >= 0 && static_cast<size_t>(written) < buffer.size()) {
             out.append(buffer.data(), static_cast<size_t>(written));
             return;
@@ -72,7 +72,7 @@ std::wstring FormatStringV(const wchar_t* format, va_list args)
             ++p;
             continue;
         }
-        std::wstring spec = L"%";
+        std::wstring directive = L"%";
         bool leftAlign = false;
         int width = 0;
         int precision = -1;
@@ -82,15 +82,15 @@ std::wstring FormatStringV(const wchar_t* format, va_list args)
                 const int n = va_arg(ap, int);
                 if (inPrecision) {
                     if (n < 0) {
-                        spec.pop_back(); // a negative precision counts as none
+                        directive.pop_back(); // a negative precision counts as none
                     } else {
                         precision = n;
-                        spec += std::to_wstring(n);
+                        directive += std::to_wstring(n);
                     }
                 } else {
                     leftAlign = leftAlign || n < 0;
                     width = n == INT_MIN ? INT_MAX : (n < 0 ? -n : n);
-                    spec += std::to_wstring(n);
+                    directive += std::to_wstring(n);
                 }
                 ++p;
                 continue;
@@ -106,7 +106,7 @@ std::wstring FormatStringV(const wchar_t* format, va_list args)
             } else if (digit && (*p != L'0' || width != 0)) { // a leading 0 is a flag
                 width = std::min(width * 10 + (*p - L'0'), kMaxDigits);
             }
-            spec += *p++;
+            directive += *p++;
         }
         std::wstring length;
         while (*p && IsLengthModifier(*p)) {
@@ -118,19 +118,19 @@ std::wstring FormatStringV(const wchar_t* format, va_list args)
             break;
         }
         ++p;
-        spec += length;
-        spec += conversion;
+        directive += length;
+        directive += conversion;
         switch (conversion) {
         case L'd':
         case L'i':
             if (length == L"l") {
-                AppendNumber(out, spec, va_arg(ap, long));
+                AppendNumber(out, directive, va_arg(ap, long));
             } else if (length == L"ll" || length == L"q" || length == L"j") {
-                AppendNumber(out, spec, va_arg(ap, long long));
+                AppendNumber(out, directive, va_arg(ap, long long));
             } else if (length == L"z" || length == L"t") {
-                AppendNumber(out, spec, va_arg(ap, ptrdiff_t));
+                AppendNumber(out, directive, va_arg(ap, ptrdiff_t));
             } else {
-                AppendNumber(out, spec, va_arg(ap, int));
+                AppendNumber(out, directive, va_arg(ap, int));
             }
             break;
         case L'o':
@@ -138,13 +138,13 @@ std::wstring FormatStringV(const wchar_t* format, va_list args)
         case L'x':
         case L'X':
             if (length == L"l") {
-                AppendNumber(out, spec, va_arg(ap, unsigned long));
+                AppendNumber(out, directive, va_arg(ap, unsigned long));
             } else if (length == L"ll" || length == L"q" || length == L"j") {
-                AppendNumber(out, spec, va_arg(ap, unsigned long long));
+                AppendNumber(out, directive, va_arg(ap, unsigned long long));
             } else if (length == L"z" || length == L"t") {
-                AppendNumber(out, spec, va_arg(ap, size_t));
+                AppendNumber(out, directive, va_arg(ap, size_t));
             } else {
-                AppendNumber(out, spec, va_arg(ap, unsigned int));
+                AppendNumber(out, directive, va_arg(ap, unsigned int));
             }
             break;
         case L'f':
@@ -156,13 +156,13 @@ std::wstring FormatStringV(const wchar_t* format, va_list args)
         case L'a':
         case L'A':
             if (length == L"L") {
-                AppendNumber(out, spec, va_arg(ap, long double));
+                AppendNumber(out, directive, va_arg(ap, long double));
             } else {
-                AppendNumber(out, spec, va_arg(ap, double));
+                AppendNumber(out, directive, va_arg(ap, double));
             }
             break;
         case L'p':
-            AppendNumber(out, spec, va_arg(ap, void*));
+            AppendNumber(out, directive, va_arg(ap, void*));
             break;
         case L'c': {
             const auto c = static_cast<wchar_t>(va_arg(ap, wint_t));

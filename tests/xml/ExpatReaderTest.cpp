@@ -160,6 +160,9 @@ TEST(ExpatReader, EmptyAndMissingInput)
     EXPECT_THROW_MSG(doc.LoadXml(""), CVxException, L"Invalid or empty XML document");
     EXPECT_THROW_MSG(doc.LoadXml(L""), CVxException, L"Invalid or empty XML document");
     EXPECT_THROW_MSG(doc.LoadXmlStream(nullptr, 0), CVxException, L"Invalid or empty XML document");
+    // A directory opens but cannot be read (EISDIR).
+    EXPECT_THROW_MSG(doc.Load(Wide(::testing::TempDir()).c_str()), CVxException,
+                     L"Failed to read the contents of the file. Error [0x00000015]");
     const std::wstring missing = Wide(empty) + L".nope";
     EXPECT_THROW_MSG(doc.Load(missing.c_str()), CVxException,
                      L"Failed to open the file [" + missing +

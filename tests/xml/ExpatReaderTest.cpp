@@ -172,6 +172,9 @@ TEST(ExpatReader, MalformedInputReportsExpatMessageAndLine)
     CXmlDocument doc;
     EXPECT_THROW_MSG(doc.LoadXml(L""), CVxException, L"Invalid or empty XML document");
     EXPECT_THROW_MSG(doc.LoadXmlStream(nullptr, 0), CVxException, L"Invalid or empty XML document");
+    // A directory opens but cannot be read (EISDIR).
+    EXPECT_THROW_MSG(doc.Load(Wide(g_scratch.dir).c_str()), CVxException,
+                     L"Failed to read the contents of the file. Error [0x00000015]");
     const std::wstring missing = Wide(g_scratch.dir) + L"/missing.xml";
     EXPECT_THROW_MSG(doc.Load(missing.c_str()), CVxException,
                      L"Failed to open the file [" + missing +

@@ -98,143 +98,93 @@ const Corpus& GetCorpus()
     return corpus;
 }
 
+// Runs perItem over every item once per iteration, summing what it returns
+// so that the compiler cannot drop the work.
+template <typename Items, typename PerItem>
+void ForEachItem(benchmark::State& state, const Items& items, PerItem perItem)
+{
+    for (auto _ : state) {
+        double sum = 0;
+        for (const auto& item : items) {
+            sum += static_cast<double>(perItem(item));
+        }
+        benchmark::DoNotOptimize(sum);
+    }
+    state.SetItemsProcessed(static_cast<int64_t>(state.iterations() * items.size()));
+}
+
+// The references write into a stack buffer and build no string.
+template <typename T> size_t ToCharsLength(T value)
+{
+    char buffer[32];
+    const auto r = std::to_chars(buffer, buffer + sizeof buffer, value);
+    benchmark::DoNotOptimize(buffer);
+    return static_cast<size_t>(r.ptr - buffer);
+}
+
+template <typename T> T FromChars(const std::string& text)
+{
+    T value{};
+    std::from_chars(text.data(), text.data() + text.size(), value);
+    return value;
+}
+
 // ---- i4 ----
 
 void i4_FromString_vxxml(benchmark::State& state)
 {
-    const auto& texts = GetCorpus().i4Wide;
-    for (auto _ : state) {
-        int64_t sum = 0;
-        for (const auto& t : texts) {
-            sum += CConversions::i4FromString(t, kRule);
-        }
-        benchmark::DoNotOptimize(sum);
-    }
-    state.SetItemsProcessed(static_cast<int64_t>(state.iterations() * texts.size()));
+    ForEachItem(state, GetCorpus().i4Wide,
+                [](const std::wstring& t) { return CConversions::i4FromString(t, kRule); });
 }
 
 void i4_FromString_from_chars(benchmark::State& state)
 {
-    const auto& texts = GetCorpus().i4Narrow;
-    for (auto _ : state) {
-        int64_t sum = 0;
-        for (const auto& t : texts) {
-            int32_t v = 0;
-            std::from_chars(t.data(), t.data() + t.size(), v);
-            sum += v;
-        }
-        benchmark::DoNotOptimize(sum);
-    }
-    state.SetItemsProcessed(static_cast<int64_t>(state.iterations() * texts.size()));
+    ForEachItem(state, GetCorpus().i4Narrow, FromChars<int32_t>);
 }
 
 void i4_ToString_vxxml(benchmark::State& state)
 {
-    const auto& values = GetCorpus().i4;
-    for (auto _ : state) {
-        size_t total = 0;
-        for (int32_t v : values) {
-            const std::wstring s = CConversions::i4ToString(v);
-            total += s.size();
-        }
-        benchmark::DoNotOptimize(total);
-    }
-    state.SetItemsProcessed(static_cast<int64_t>(state.iterations() * values.size()));
+    ForEachItem(state, GetCorpus().i4,
+                [](int32_t v) { return CConversions::i4ToString(v).size(); });
 }
 
-// The reference writes into a stack buffer; it builds no string.
 void i4_ToString_to_chars(benchmark::State& state)
 {
-    const auto& values = GetCorpus().i4;
-    for (auto _ : state) {
-        size_t total = 0;
-        for (int32_t v : values) {
-            char buffer[16];
-            const auto r = std::to_chars(buffer, buffer + sizeof buffer, v);
-            benchmark::DoNotOptimize(buffer);
-            total += static_cast<size_t>(r.ptr - buffer);
-        }
-        benchmark::DoNotOptimize(total);
-    }
-    state.SetItemsProcessed(static_cast<int64_t>(state.iterations() * values.size()));
+    ForEachItem(state, GetCorpus().i4, ToCharsLength<int32_t>);
 }
 
 // The same, widened into the std::wstring the library's interface returns:
 // shows how much of the difference is the string itself.
 void i4_ToString_to_chars_wstring(benchmark::State& state)
 {
-    const auto& values = GetCorpus().i4;
-    for (auto _ : state) {
-        size_t total = 0;
-        for (int32_t v : values) {
-            char buffer[16];
-            const auto r = std::to_chars(buffer, buffer + sizeof buffer, v);
-            const std::wstring s(buffer, r.ptr);
-            total += s.size();
-        }
-        benchmark::DoNotOptimize(total);
-    }
-    state.SetItemsProcessed(static_cast<int64_t>(state.iterations() * values.size()));
+    ForEachItem(state, GetCorpus().i4, [](int32_t v) {
+        char buffer[16];
+        const auto r = std::to_chars(buffer, buffer + sizeof buffer, v);
+        return std::wstring(buffer, r.ptr).size();
+    });
 }
 
 // ---- r8 ----
 
 void r8_FromString_vxxml(benchmark::State& state)
 {
-    const auto& texts = GetCorpus().r8Wide;
-    for (auto _ : state) {
-        double sum = 0;
-        for (const auto& t : texts) {
-            sum += CConversions::r8FromString(t, kRule);
-        }
-        benchmark::DoNotOptimize(sum);
-    }
-    state.SetItemsProcessed(static_cast<int64_t>(state.iterations() * texts.size()));
+    ForEachItem(state, GetCorpus().r8Wide,
+                [](const std::wstring& t) { return CConversions::r8FromString(t, kRule); });
 }
 
 void r8_FromString_from_chars(benchmark::State& state)
 {
-    const auto& texts = GetCorpus().r8Narrow;
-    for (auto _ : state) {
-        double sum = 0;
-        for (const auto& t : texts) {
-            double v = 0;
-            std::from_chars(t.data(), t.data() + t.size(), v);
-            sum += v;
-        }
-        benchmark::DoNotOptimize(sum);
-    }
-    state.SetItemsProcessed(static_cast<int64_t>(state.iterations() * texts.size()));
+    ForEachItem(state, GetCorpus().r8Narrow, FromChars<double>);
 }
 
 void r8_ToString_vxxml(benchmark::State& state)
 {
-    const auto& values = GetCorpus().r8;
-    for (auto _ : state) {
-        size_t total = 0;
-        for (double v : values) {
-            const std::wstring s = CConversions::r8ToString(v);
-            total += s.size();
-        }
-        benchmark::DoNotOptimize(total);
-    }
-    state.SetItemsProcessed(static_cast<int64_t>(state.iterations() * values.size()));
+    ForEachItem(state, GetCorpus().r8, [](double v) { return CConversions::r8ToString(v).size(); });
 }
 
 void r8_ToString_to_chars(benchmark::State& state)
 {
-    const auto& values = GetCorpus().r8;
-    for (auto _ : state) {
-        size_t total = 0;
-        for (double v : values) {
-            char buffer[32];
-            const auto r = std::to_chars(buffer, buffer + sizeof buffer, v);
-            benchmark::DoNotOptimize(buffer);
-            total += static_cast<size_t>(r.ptr - buffer);
-        }
-        benchmark::DoNotOptimize(total);
-    }
-    state.SetItemsProcessed(static_cast<int64_t>(state.iterations() * values.size()));
+    ForEachItem(state, GetCorpus().r8, ToCharsLength<double>);
 }
 
 #ifdef VXXML_BENCH_DECIMAL
@@ -242,16 +192,9 @@ void r8_ToString_to_chars(benchmark::State& state)
 
 void decimal_FromString_vxxml(benchmark::State& state)
 {
-    const auto& texts = GetCorpus().decimalWide;
-    for (auto _ : state) {
-        size_t total = 0;
-        for (const auto& t : texts) {
-            const CDecimal d = CConversions::decimalFromString(t, kRule);
-            total += static_cast<size_t>(d.GetFractionDivider());
-        }
-        benchmark::DoNotOptimize(total);
-    }
-    state.SetItemsProcessed(static_cast<int64_t>(state.iterations() * texts.size()));
+    ForEachItem(state, GetCorpus().decimalWide, [](const std::wstring& t) {
+        return CConversions::decimalFromString(t, kRule).GetFractionDivider();
+    });
 }
 
 void decimal_ToString_vxxml(benchmark::State& state)
@@ -263,14 +206,8 @@ void decimal_ToString_vxxml(benchmark::State& state)
         }
         return v;
     }();
-    for (auto _ : state) {
-        size_t total = 0;
-        for (const auto& d : values) {
-            total += CConversions::decimalToString(d).size();
-        }
-        benchmark::DoNotOptimize(total);
-    }
-    state.SetItemsProcessed(static_cast<int64_t>(state.iterations() * values.size()));
+    ForEachItem(state, values,
+                [](const CDecimal& d) { return CConversions::decimalToString(d).size(); });
 }
 #endif
 

@@ -29,6 +29,7 @@
 #include <vxxml/VxZip.h>
 #include <vxxml/WhitespaceUtils.h>
 #include <vxxml/XmlAttribute.h>
+#include <vxxml/XmlCollectionBase.h>
 #include <vxxml/XmlDocument.h>
 #include <vxxml/XmlElement.h>
 #include <vxxml/XmlEncoding.h>

@@ -1,4 +1,5 @@
 #include "xml/StreamMessages.h"
+#include "xml/Utf8Encode.h"
 
 #include <algorithm>
 #include <cassert>
@@ -88,12 +89,12 @@ inline bool FourAscii(__m128i v)
 }
 #endif
 
-// Writes the UTF-8 bytes of count characters (at most 4 * count bytes) and
-// returns the end of what was written. Throws at the first character with no
-// UTF-8 form, naming its position counted from `first`.
-unsigned char* EncodeUtf8(const wchar_t* text, size_t count, unsigned char* out, size_t first)
+} // namespace
+
+size_t detail::EncodeUtf8(const wchar_t* text, size_t count, unsigned char*& out)
 {
     static_assert(sizeof(wchar_t) == 4, "one code point per wchar_t");
+    unsigned char* o = out;
     size_t i = 0;
     while (i < count) {
 #if defined(__SSE2__)
@@ -106,9 +107,9 @@ unsigned char* EncodeUtf8(const wchar_t* text, size_t count, unsigned char* out,
                 break;
             }
             const __m128i words = _mm_packs_epi32(a, b);
-            _mm_storel_epi64(reinterpret_cast<__m128i*>(out), _mm_packus_epi16(words, words));
+            _mm_storel_epi64(reinterpret_cast<__m128i*>(o), _mm_packus_epi16(words, words));
             i += 8;
-            out += 8;
+            o += 8;
         }
         if (i == count) {
             break;
@@ -116,26 +117,40 @@ unsigned char* EncodeUtf8(const wchar_t* text, size_t count, unsigned char* out,
 #endif
         const auto cp = static_cast<uint32_t>(text[i]);
         if (cp < 0x80) {
-            *out++ = static_cast<unsigned char>(cp);
+            *o++ = static_cast<unsigned char>(cp);
         } else if (cp < 0x800) {
-            *out++ = static_cast<unsigned char>(0xC0 | (cp >> 6));
-            *out++ = static_cast<unsigned char>(0x80 | (cp & 0x3F));
+            *o++ = static_cast<unsigned char>(0xC0 | (cp >> 6));
+            *o++ = static_cast<unsigned char>(0x80 | (cp & 0x3F));
         } else if (cp < 0x10000) {
             if (cp >= 0xD800 && cp <= 0xDFFF) {
-                ThrowNotEncodable(cp, first + i);
+                break;
             }
-            *out++ = static_cast<unsigned char>(0xE0 | (cp >> 12));
-            *out++ = static_cast<unsigned char>(0x80 | ((cp >> 6) & 0x3F));
-            *out++ = static_cast<unsigned char>(0x80 | (cp & 0x3F));
+            *o++ = static_cast<unsigned char>(0xE0 | (cp >> 12));
+            *o++ = static_cast<unsigned char>(0x80 | ((cp >> 6) & 0x3F));
+            *o++ = static_cast<unsigned char>(0x80 | (cp & 0x3F));
         } else if (cp <= 0x10FFFF) {
-            *out++ = static_cast<unsigned char>(0xF0 | (cp >> 18));
-            *out++ = static_cast<unsigned char>(0x80 | ((cp >> 12) & 0x3F));
-            *out++ = static_cast<unsigned char>(0x80 | ((cp >> 6) & 0x3F));
-            *out++ = static_cast<unsigned char>(0x80 | (cp & 0x3F));
+            *o++ = static_cast<unsigned char>(0xF0 | (cp >> 18));
+            *o++ = static_cast<unsigned char>(0x80 | ((cp >> 12) & 0x3F));
+            *o++ = static_cast<unsigned char>(0x80 | ((cp >> 6) & 0x3F));
+            *o++ = static_cast<unsigned char>(0x80 | (cp & 0x3F));
         } else {
-            ThrowNotEncodable(cp, first + i);
+            break;
         }
         ++i;
+    }
+    out = o;
+    return i;
+}
+
+namespace {
+
+// As detail::EncodeUtf8, but throws at the first character with no UTF-8
+// form, naming its position counted from `first`.
+unsigned char* EncodeUtf8(const wchar_t* text, size_t count, unsigned char* out, size_t first)
+{
+    const size_t done = detail::EncodeUtf8(text, count, out);
+    if (done != count) {
+        ThrowNotEncodable(static_cast<uint32_t>(text[done]), first + done);
     }
     return out;
 }

@@ -1,7 +1,11 @@
 #include "types/Utf16Bytes.h"
 #include "xml/FileOutput.h"
 #include "xml/StreamMessages.h"
+#include "xml/Utf8Encode.h"
 
+#include <algorithm>
+#include <cstring>
+#include <cwchar>
 #include <limits>
 #include <memory>
 #include <string_view>
@@ -15,31 +19,236 @@ namespace VxXmlLib16 {
 
 // ---- CTextStream ----------------------------------------------------------------
 
+namespace {
+
+constexpr uint64_t kMaxLength = std::numeric_limits<uint32_t>::max();
+constexpr const wchar_t* kUtf8TooLong =
+    L"UTF-8 text exceeds the maximum length of 4294967295 bytes";
+// Below this many characters a write is staged (copied) rather than
+// converted on its own, so that single characters and short pieces do not
+// each pay for a conversion call.
+constexpr size_t kDirectWrite = 256;
+// Converted in stretches of this many characters, so that the room reserved
+// for the worst case (4 bytes each) stays small whatever one write's length.
+constexpr size_t kStretch = 4096;
+constexpr size_t kMinByteCapacity = 16384;
+
+// Appends the characters of well-formed UTF-8 bytes (made by this stream).
+void AppendDecoded(std::wstring& text, const unsigned char* bytes, size_t length)
+{
+    while (length != 0) {
+        // Utf8ToUtf16 takes a 32-bit length: split larger texts at the start
+        // of a character.
+        size_t piece = std::min<size_t>(length, size_t{1} << 30);
+        while (piece < length && (bytes[piece] & 0xC0) == 0x80) {
+            --piece;
+        }
+        text += Utf8ToUtf16(bytes, static_cast<uint32_t>(piece));
+        bytes += piece;
+        length -= piece;
+    }
+}
+
+} // namespace
+
 CTextStream::CTextStream(XmlEncoding encoding) : CTextStream(L"CTextStream", encoding) {}
 
 CTextStream::CTextStream(const wchar_t* monitorName, XmlEncoding encoding)
-    : CInstanceMonitor(monitorName), m_encoding(encoding)
+    : CInstanceMonitor(monitorName), m_encoding(encoding),
+      m_bUtf8Bytes(encoding == XmlEncoding_UTF8)
 {
 }
 
-CTextStream::~CTextStream() = default;
+CTextStream::~CTextStream()
+{
+    FreeBytes();
+}
 
 void CTextStream::Open()
 {
-    m_buffer.Clear();
+    ClearText();
 }
 
 void CTextStream::Close() {}
 
 void CTextStream::Flush() {}
 
+void CTextStream::ClearText()
+{
+    m_buffer.Clear();
+    m_bdBytes.Clear();
+    m_cbBytes = 0; // the array is kept for the next text
+    m_cchEncoded = 0;
+    std::wstring().swap(m_strText);
+    m_bUtf8Bytes = m_encoding == XmlEncoding_UTF8;
+}
+
+void CTextStream::FreeBytes()
+{
+    delete[] m_pBytes;
+    m_pBytes = nullptr;
+    m_cbBytes = 0;
+    m_cbCapacity = 0;
+}
+
+void CTextStream::Write(const wchar_t* text)
+{
+    if (text) {
+        Write(text, std::wcslen(text));
+    }
+}
+
+void CTextStream::Write(const wchar_t* text, size_t count)
+{
+    if (!m_bUtf8Bytes) {
+        m_buffer.Append(text, count);
+        return;
+    }
+    if (uint64_t{GetLength()} + count > kMaxLength) {
+        throw CVxOverFlowException(msg::kTextTooLong);
+    }
+    if (count >= kDirectWrite && m_buffer.GetLength() == 0) {
+        // Straight from the caller's text into bytes: no staging copy.
+        if (!AppendEncoded(text, count)) {
+            FallBackToWideText();
+            m_buffer.Append(text, count);
+        }
+        return;
+    }
+    m_buffer.Append(text, count);
+    if (m_buffer.GetLength() >= kStagedCharacters) {
+        EncodeStaged();
+    }
+}
+
+bool CTextStream::AppendEncoded(const wchar_t* text, size_t count)
+{
+    const size_t startBytes = m_cbBytes;
+    for (size_t at = 0; at < count; at += kStretch) {
+        const size_t n = std::min(kStretch, count - at);
+        if (m_cbCapacity - m_cbBytes < 4 * n) {
+            // Doubling keeps the copies of a growing document to about its
+            // final size in total.
+            const size_t capacity =
+                std::max({2 * m_cbCapacity, m_cbBytes + 4 * n, kMinByteCapacity});
+            auto* grown = new unsigned char[capacity];
+            if (m_cbBytes != 0) {
+                std::memcpy(grown, m_pBytes, m_cbBytes);
+            }
+            delete[] m_pBytes;
+            m_pBytes = grown;
+            m_cbCapacity = capacity;
+        }
+        unsigned char* out = m_pBytes + m_cbBytes;
+        if (detail::EncodeUtf8(text + at, n, out) != n) {
+            m_cbBytes = startBytes;
+            return false;
+        }
+        m_cbBytes = static_cast<size_t>(out - m_pBytes);
+    }
+    m_cchEncoded += static_cast<uint32_t>(count);
+    return true;
+}
+
+void CTextStream::EncodeStaged()
+{
+    const uint32_t staged = m_buffer.GetLength();
+    if (uint64_t{m_cchEncoded} + staged > kMaxLength) {
+        throw CVxOverFlowException(msg::kTextTooLong);
+    }
+    const size_t startBytes = m_cbBytes;
+    const uint32_t startChars = m_cchEncoded;
+    const uint32_t blockCount = m_buffer.GetBlockCount();
+    for (uint32_t i = 0; i < blockCount; ++i) {
+        uint32_t count = 0;
+        const wchar_t* text = m_buffer.GetBlock(i, count);
+        if (!AppendEncoded(text, count)) {
+            m_cbBytes = startBytes;
+            m_cchEncoded = startChars;
+            FallBackToWideText();
+            return;
+        }
+    }
+    m_buffer.Clear();
+}
+
+void CTextStream::FallBackToWideText()
+{
+    std::wstring text;
+    text.reserve(GetLength());
+    AppendDecoded(text, m_bdBytes.GetData(), m_bdBytes.GetLength());
+    AppendDecoded(text, m_pBytes, m_cbBytes);
+    const uint32_t blockCount = m_buffer.GetBlockCount();
+    for (uint32_t i = 0; i < blockCount; ++i) {
+        uint32_t count = 0;
+        const wchar_t* block = m_buffer.GetBlock(i, count);
+        text.append(block, count);
+    }
+    m_buffer.Clear();
+    m_buffer.Append(text.data(), text.size());
+    m_bdBytes.Clear();
+    FreeBytes();
+    m_cchEncoded = 0;
+    std::wstring().swap(m_strText);
+    m_bUtf8Bytes = false;
+}
+
+CBinaryData& CTextStream::CollectBytes()
+{
+    if (m_cbBytes != 0) {
+        if (m_cbBytes > kMaxLength - m_bdBytes.GetLength()) {
+            throw CVxOverFlowException(kUtf8TooLong);
+        }
+        const auto length = static_cast<uint32_t>(m_cbBytes);
+        if (m_bdBytes.GetLength() == 0 && m_cbCapacity - m_cbBytes <= m_cbBytes) {
+            // The usual case: the value adopts the array, nothing is copied.
+            m_bdBytes = CBinaryData(m_pBytes, length, true);
+            m_pBytes = nullptr;
+            m_cbBytes = 0;
+            m_cbCapacity = 0;
+        } else {
+            // Bytes added after an earlier ToBytes, or a small text in a
+            // large array: copied, and the array is kept for what follows.
+            m_bdBytes.Append(m_pBytes, length);
+            m_cbBytes = 0;
+        }
+    }
+    return m_bdBytes;
+}
+
+const wchar_t* CTextStream::GetText()
+{
+    if (!m_bUtf8Bytes || m_cchEncoded == 0) {
+        return m_buffer.GetBuffer();
+    }
+    m_strText.clear();
+    m_strText.reserve(GetLength());
+    AppendDecoded(m_strText, m_bdBytes.GetData(), m_bdBytes.GetLength());
+    AppendDecoded(m_strText, m_pBytes, m_cbBytes);
+    const uint32_t blockCount = m_buffer.GetBlockCount();
+    for (uint32_t i = 0; i < blockCount; ++i) {
+        uint32_t count = 0;
+        const wchar_t* block = m_buffer.GetBlock(i, count);
+        m_strText.append(block, count);
+    }
+    return m_strText.c_str();
+}
+
 CBinaryData CTextStream::ToBytes()
 {
     switch (m_encoding) {
     case XmlEncoding_UTF8: {
-        // Converted as the text lies in the buffer's blocks: merging them
-        // first would copy the whole document once more, into one array as
-        // large as the wide text.
+        if (m_bUtf8Bytes) {
+            if (m_buffer.GetLength() != 0) {
+                EncodeStaged();
+            }
+            if (m_bUtf8Bytes) {
+                return CollectBytes();
+            }
+        }
+        // Wide text (it holds a character without UTF-8 form, which the
+        // conversion reports with its position): converted as the text lies
+        // in the buffer's blocks, without merging them first.
         const uint32_t blockCount = m_buffer.GetBlockCount();
         std::vector<std::wstring_view> pieces;
         pieces.reserve(blockCount);
@@ -129,7 +338,7 @@ void CFileTextStream::Open()
 
 void CFileTextStream::Flush()
 {
-    if (m_buffer.GetLength() == 0) {
+    if (GetLength() == 0) {
         return;
     }
     if (m_hFile < 0) {
@@ -140,7 +349,7 @@ void CFileTextStream::Flush()
         FailWrite(errno);
     }
     m_ullBytesWritten += m_bdInFlight.GetLength();
-    m_buffer.Clear();
+    ClearText();
 }
 
 void CFileTextStream::Close()

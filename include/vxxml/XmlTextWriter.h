@@ -103,6 +103,10 @@ private:
     void Put(const std::wstring& text) { Put(text.data(), text.size()); }
     // Up to the terminating zero; null puts nothing.
     void PutText(const wchar_t* text);
+    // Copies text up to its terminating zero or the first character the
+    // escaping mode must change, whichever comes first, and returns where it
+    // stopped; the text is measured and copied in one pass.
+    template <int Mode> const wchar_t* PutRun(const wchar_t* text);
     void Drain();
     // Ends every writing operation: flushes the stream once it holds 4096
     // characters or more, handing it the buffered text first when only the
@@ -115,6 +119,21 @@ private:
     void WriteNamespaceDeclaration(const std::wstring& prefix, const std::wstring& namespaceUri);
 
     static constexpr size_t kPendingCapacity = 2048;
+    // Room past the capacity: runs are copied four characters at a time and
+    // may store up to three characters beyond what they keep.
+    static constexpr size_t kPendingSlack = 8;
+
+    // What the start tag of an open element used, by depth.
+    struct OpenElement
+    {
+        // The prefix of the element's name; the end tag repeats it even if
+        // the scope changed in between.
+        std::wstring prefix;
+        // The scope the prefix was resolved in: a child in the same
+        // namespace reuses the prefix while that scope is unchanged.
+        const CXmlWriterContext* scopeOwner = nullptr;
+        uint32_t scopeChanges = 0;
+    };
 
     std::wstring m_strIndentChars;
     std::wstring m_strEOLChars;
@@ -122,14 +141,16 @@ private:
     bool m_bFormatting = true;
     bool m_bWriteDefaultElementValues = false;
     EOLType m_EOLType = EOL_LF;
-    // The prefix each open element's start tag used, by depth: the end tag
-    // repeats it even if the scope changed in between.
-    std::vector<std::wstring> m_elementPrefixes;
+    std::vector<OpenElement> m_openElements;
     // Reused for every attribute, so the hot path does not allocate once its
     // capacity suffices.
     std::wstring m_strScratchUri;
     size_t m_cchPending = 0;
-    wchar_t* m_pending;                        // kPendingCapacity + 1 for the terminating zero
+    // The stream's length when it was last flushed: a stream that keeps its
+    // text is not flushed again until it has received more.
+    uint32_t m_cchAtLastFlush = 0;
+    bool m_bFlushedOnce = false;
+    wchar_t* m_pending;                        // kPendingCapacity + kPendingSlack characters
     std::unique_ptr<wchar_t[]> m_pendingOwner; // owns m_pending
 };
 

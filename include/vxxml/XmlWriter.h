@@ -42,7 +42,9 @@ public:
         // renumber their contexts.
         int32_t GetDepth() const { return m_lDepth; }
         void SetDepth(int32_t depth) { m_lDepth = depth; }
-        const std::wstring& GetNamespaceUri() const { return m_strNamespaceUri; }
+        // An element in its parent's namespace shares the parent's string
+        // (the parent stays open longer), so the address tells the two apart.
+        const std::wstring& GetNamespaceUri() const { return *m_pNamespaceUri; }
         const std::wstring& GetLocalName() const { return m_strLocalName; }
         CXmlWriterContext* GetParent() const { return m_pParent; }
         uint32_t GetContentHint() const { return m_dwContentHint; }
@@ -57,6 +59,12 @@ public:
         const std::wstring* FindPrefix(const std::wstring& namespaceUri) const;
         // True while the context answers namespace lookups from its parent.
         bool SharesParentScope() const { return m_bSharesParentScope; }
+        // The context whose scope answers lookups here (this one or an open
+        // ancestor), and how often that scope has changed. While both stay
+        // the same, every lookup gives the answer it gave before, so a writer
+        // may keep what it resolved.
+        const CXmlWriterContext* GetScopeOwner() const { return m_pScopeOwner; }
+        uint32_t GetScopeChanges() const { return m_pScopeOwner->m_dwScopeChanges; }
 
         // Change this scope (copying the parent's scope first when shared).
         void SetDefaultNamespace(const std::wstring& namespaceUri);
@@ -67,7 +75,8 @@ public:
 
         // Makes a fresh context a child of parent (sharing its scope), or a
         // root when parent is null (then the scope is a copy of the given one).
-        void Init(CXmlWriterContext* parent, const wchar_t* localName, const wchar_t* namespaceUri,
+        void Init(CXmlWriterContext* parent, const wchar_t* localName, size_t localNameLength,
+                  const wchar_t* namespaceUri, size_t namespaceUriLength,
                   const NamespaceMap* rootMap, const std::wstring* rootDefault);
         void ReleaseScope();
         void MakeOwnScope();
@@ -76,6 +85,7 @@ public:
         bool m_bStartTagOpen = true;
         int32_t m_lDepth = 0;
         std::wstring m_strNamespaceUri;
+        const std::wstring* m_pNamespaceUri = &m_strNamespaceUri; // own or an ancestor's
         std::wstring m_strLocalName;
         CXmlWriterContext* m_pParent = nullptr;
         uint32_t m_dwContentHint = 0;
@@ -87,6 +97,10 @@ public:
         // the chain: a parent's scope cannot change while a child is open.
         const std::wstring* m_pEffectiveDefault = nullptr;
         const NamespaceMap* m_pEffectiveMap = nullptr;
+        const CXmlWriterContext* m_pScopeOwner = this;
+        // Counts the changes of this context's own scope; never reset, not
+        // even when the context is reused for another element.
+        uint32_t m_dwScopeChanges = 0;
     };
 
     CXmlWriter(const CXmlWriter&) = delete;
@@ -134,6 +148,9 @@ protected:
     // current context, or the root (depth 0) with its own copy of the writer's
     // aliases and default namespace.
     CXmlWriterContext* PushContext(const wchar_t* localName, const wchar_t* namespaceUri);
+    // The same with the lengths already known (neither text is measured).
+    CXmlWriterContext* PushContext(const wchar_t* localName, size_t localNameLength,
+                                   const wchar_t* namespaceUri, size_t namespaceUriLength);
     // Closes the current context; its parent becomes current.
     void PopContext();
     // The first of AA, AB, ..., AZ, BA, ... not yet used as a prefix in the

@@ -8,6 +8,15 @@
 #include <emmintrin.h>
 #endif
 
+// Functions that read a text in aligned blocks past its end (see PutRun)
+// are kept out of the address sanitizer's view, and out of line, so that
+// the exemption does not spread to their callers.
+#if defined(__SANITIZE_ADDRESS__)
+#define VXXML_NO_SANITIZE_ADDRESS __attribute__((no_sanitize_address, noinline))
+#else
+#define VXXML_NO_SANITIZE_ADDRESS
+#endif
+
 namespace VxXmlLib16 {
 
 namespace {
@@ -56,6 +65,34 @@ struct EscapeTables
 };
 constexpr EscapeTables kEscape;
 
+// What a run of copied characters stops at besides the terminating zero:
+// nothing, the characters element text escapes, those attribute values do.
+enum RunMode : int { kRaw, kText, kAttribute };
+
+// Length of a zero-terminated text, read in aligned blocks (see PutRun).
+VXXML_NO_SANITIZE_ADDRESS inline size_t TextLength(const wchar_t* text)
+{
+#if defined(__SSE2__)
+    const wchar_t* p = text;
+    while ((reinterpret_cast<uintptr_t>(p) & 15) != 0) {
+        if (*p == 0) {
+            return static_cast<size_t>(p - text);
+        }
+        ++p;
+    }
+    for (;;) {
+        const __m128i v = _mm_load_si128(reinterpret_cast<const __m128i*>(p));
+        const int mask = _mm_movemask_epi8(_mm_cmpeq_epi32(v, _mm_setzero_si128()));
+        if (mask != 0) {
+            return static_cast<size_t>(p - text) + __builtin_ctz(static_cast<unsigned>(mask)) / 4;
+        }
+        p += 4;
+    }
+#else
+    return std::wcslen(text);
+#endif
+}
+
 inline bool IsEmpty(const wchar_t* text)
 {
     return text == nullptr || *text == L'\0';
@@ -71,7 +108,7 @@ inline const wchar_t* OrEmpty(const wchar_t* text)
 CXmlTextWriter::CXmlTextWriter(CTextStream* stream)
     : CXmlWriter(L"CXmlTextWriter"), m_strIndentChars(L"\t"), m_strEOLChars(L"\n"),
       m_pStream(stream), m_pending(nullptr),
-      m_pendingOwner(std::make_unique_for_overwrite<wchar_t[]>(kPendingCapacity + 1))
+      m_pendingOwner(std::make_unique_for_overwrite<wchar_t[]>(kPendingCapacity + kPendingSlack))
 {
     m_pending = m_pendingOwner.get();
     if (stream == nullptr) {
@@ -85,6 +122,7 @@ void CXmlTextWriter::StartDocument()
 {
     CXmlWriter::StartDocument();
     m_cchPending = 0; // the stream starts empty, so does what is owed to it
+    m_bFlushedOnce = false;
     m_pStream->Open();
 }
 
@@ -138,7 +176,7 @@ void CXmlTextWriter::PutLong(const wchar_t* text, size_t length)
 void CXmlTextWriter::PutText(const wchar_t* text)
 {
     if (text) {
-        Put(text, std::wcslen(text));
+        PutRun<kRaw>(text);
     }
 }
 
@@ -158,78 +196,133 @@ void CXmlTextWriter::EndConstruct()
     // collecting. A stream that writes out (a file) falls back to zero at
     // each flush and gets everything buffered just before the next one, so
     // it writes chunks of about 4096 characters.
-    if (m_pStream->GetLength() < kFlushThreshold) {
-        if (m_pStream->GetLength() + m_cchPending < kFlushThreshold) {
+    // Once a stream that keeps its text has been flushed, it is not flushed
+    // again before it has received more: the call would have nothing new
+    // to act on.
+    const uint32_t length = m_pStream->GetLength();
+    if (length < kFlushThreshold) {
+        if (length + m_cchPending < kFlushThreshold) {
             return;
         }
         Drain();
+    } else if (m_bFlushedOnce && length == m_cchAtLastFlush) {
+        return;
     }
     m_pStream->Flush();
+    m_cchAtLastFlush = m_pStream->GetLength();
+    m_bFlushedOnce = true;
 }
 
 namespace {
 
-// The first character in [p, end) that the escaper must look at.
-const wchar_t* FindSpecial(const wchar_t* p, const wchar_t* end, const unsigned char* table,
-                           bool attributeMode)
-{
 #if defined(__SSE2__)
-    // Four characters per step: compare against each special character at
-    // once; one mask test skips the run when none of them is there.
-    static_assert(sizeof(wchar_t) == 4, "four wide characters per 16-byte load");
-    const __m128i amp = _mm_set1_epi32(L'&');
-    const __m128i lt = _mm_set1_epi32(L'<');
-    const __m128i gt = _mm_set1_epi32(L'>');
-    const __m128i lf = _mm_set1_epi32(L'\n');
-    const __m128i cr = _mm_set1_epi32(L'\r');
-    const __m128i quot = _mm_set1_epi32(attributeMode ? L'"' : L'&');
-    const __m128i tab = _mm_set1_epi32(attributeMode ? L'\t' : L'&');
-    // Every special character is at most '>': four letters (or characters
-    // beyond ASCII) pass with one comparison.
-    const __m128i highest = _mm_set1_epi32(L'>');
-    while (end - p >= 4) {
-        const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
-        if (_mm_movemask_epi8(_mm_cmpgt_epi32(v, highest)) == 0xFFFF) {
-            p += 4;
-            continue;
+static_assert(sizeof(wchar_t) == 4, "four wide characters per 16-byte load");
+
+// Byte mask of the characters in v at which a run of the given mode stops:
+// the terminating zero, and in the escaping modes the characters they change.
+template <int Mode> inline int StopMask(__m128i v)
+{
+    if constexpr (Mode == kRaw) {
+        return _mm_movemask_epi8(_mm_cmpeq_epi32(v, _mm_setzero_si128()));
+    } else {
+        // Every character to stop at is at most '>': four letters (or
+        // characters beyond ASCII) pass with one comparison.
+        if (_mm_movemask_epi8(_mm_cmpgt_epi32(v, _mm_set1_epi32(L'>'))) == 0xFFFF) {
+            return 0;
         }
-        const __m128i hits = _mm_or_si128(
-            _mm_or_si128(_mm_or_si128(_mm_cmpeq_epi32(v, amp), _mm_cmpeq_epi32(v, lt)),
-                         _mm_or_si128(_mm_cmpeq_epi32(v, gt), _mm_cmpeq_epi32(v, quot))),
-            _mm_or_si128(_mm_or_si128(_mm_cmpeq_epi32(v, lf), _mm_cmpeq_epi32(v, cr)),
-                         _mm_cmpeq_epi32(v, tab)));
-        const int mask = _mm_movemask_epi8(hits);
-        if (mask != 0) {
-            return p + __builtin_ctz(static_cast<unsigned>(mask)) / 4;
+        __m128i hits = _mm_or_si128(_mm_or_si128(_mm_cmpeq_epi32(v, _mm_setzero_si128()),
+                                                 _mm_cmpeq_epi32(v, _mm_set1_epi32(L'&'))),
+                                    _mm_or_si128(_mm_cmpeq_epi32(v, _mm_set1_epi32(L'<')),
+                                                 _mm_cmpeq_epi32(v, _mm_set1_epi32(L'>'))));
+        hits = _mm_or_si128(hits, _mm_or_si128(_mm_cmpeq_epi32(v, _mm_set1_epi32(L'\n')),
+                                               _mm_cmpeq_epi32(v, _mm_set1_epi32(L'\r'))));
+        if constexpr (Mode == kAttribute) {
+            hits = _mm_or_si128(hits, _mm_or_si128(_mm_cmpeq_epi32(v, _mm_set1_epi32(L'"')),
+                                                   _mm_cmpeq_epi32(v, _mm_set1_epi32(L'\t'))));
         }
-        p += 4;
+        return _mm_movemask_epi8(hits);
     }
+}
 #endif
-    for (; p != end; ++p) {
-        const auto c = static_cast<uint32_t>(*p);
-        if (c < 0x40 && table[c] != Keep) {
-            break;
-        }
+
+template <int Mode> inline bool IsStop(wchar_t c)
+{
+    if constexpr (Mode == kRaw) {
+        return c == 0;
+    } else {
+        const unsigned char* table = Mode == kAttribute ? kEscape.attribute : kEscape.text;
+        const auto u = static_cast<uint32_t>(c);
+        return u == 0 || (u < 0x40 && table[u] != Keep);
     }
-    return p;
 }
 
 } // namespace
 
-// Copies runs of characters that need no escaping in one piece each.
+// The text is read in aligned blocks of four characters, which may reach up
+// to three characters past its terminating zero but never into another
+// page, so it cannot fault (the usual technique of string functions). The
+// address sanitizer would still report those bytes, hence it is told not to
+// look here.
+template <int Mode>
+VXXML_NO_SANITIZE_ADDRESS const wchar_t* CXmlTextWriter::PutRun(const wchar_t* p)
+{
+    for (;;) {
+        wchar_t* o = m_pending + m_cchPending;
+        wchar_t* const end = m_pending + kPendingCapacity;
+        while ((reinterpret_cast<uintptr_t>(p) & 15) != 0 && o != end) {
+            const wchar_t c = *p;
+            if (IsStop<Mode>(c)) {
+                m_cchPending = static_cast<size_t>(o - m_pending);
+                return p;
+            }
+            *o++ = c;
+            ++p;
+        }
+#if defined(__SSE2__)
+        if ((reinterpret_cast<uintptr_t>(p) & 15) == 0) {
+            // Stored before it is tested: the slack after the buffer takes
+            // the characters that turn out not to belong to the run.
+            while (end - o >= 4) {
+                const __m128i v = _mm_load_si128(reinterpret_cast<const __m128i*>(p));
+                _mm_storeu_si128(reinterpret_cast<__m128i*>(o), v);
+                const int mask = StopMask<Mode>(v);
+                if (mask != 0) {
+                    const int k = __builtin_ctz(static_cast<unsigned>(mask)) / 4;
+                    m_cchPending = static_cast<size_t>(o + k - m_pending);
+                    return p + k;
+                }
+                o += 4;
+                p += 4;
+            }
+        }
+#endif
+        while (o != end) {
+            const wchar_t c = *p;
+            if (IsStop<Mode>(c)) {
+                m_cchPending = static_cast<size_t>(o - m_pending);
+                return p;
+            }
+            *o++ = c;
+            ++p;
+        }
+        m_cchPending = kPendingCapacity;
+        Drain();
+    }
+}
+
+// Runs of characters that need no escaping are copied as they are found.
 void CXmlTextWriter::WriteEscaped(const wchar_t* text, bool attributeMode)
 {
     const unsigned char* table = attributeMode ? kEscape.attribute : kEscape.text;
-    const wchar_t* const end = text + std::wcslen(text);
-    const wchar_t* run = text;
+    const wchar_t* p = text;
     for (;;) {
-        const wchar_t* p = FindSpecial(run, end, table, attributeMode);
-        Put(run, static_cast<size_t>(p - run));
-        if (p == end) {
+        p = attributeMode ? PutRun<kAttribute>(p) : PutRun<kText>(p);
+        const auto c = static_cast<uint32_t>(*p);
+        if (c == 0) {
             break;
         }
-        run = p + 1;
-        switch (table[*p]) {
+        ++p;
+        switch (table[c]) {
         case Amp:
             Put(L"&amp;", 5);
             break;
@@ -342,19 +435,31 @@ void CXmlTextWriter::WriteRawLine(const wchar_t* text)
 
 void CXmlTextWriter::StartElement(const wchar_t* localName, const wchar_t* namespaceUri)
 {
-    if (m_pContext) {
+    CXmlWriterContext* const parent = m_pContext;
+    if (parent) {
         CloseParentStartTag();
     }
-    CXmlWriterContext* context = PushContext(localName, namespaceUri);
+    const wchar_t* const name = OrEmpty(localName);
+    const size_t nameLength = TextLength(name);
+    const wchar_t* uriText = OrEmpty(namespaceUri);
+    const size_t uriLength = TextLength(uriText);
+    CXmlWriterContext* context = PushContext(name, nameLength, uriText, uriLength);
+    // Most elements are in their parent's namespace, and then share its URI.
+    const bool sameAsParent = parent && &context->GetNamespaceUri() == &parent->GetNamespaceUri();
     const auto depth = static_cast<size_t>(context->GetDepth());
-    if (m_elementPrefixes.size() <= depth) {
-        m_elementPrefixes.resize(depth + 1);
+    if (m_openElements.size() <= depth) {
+        m_openElements.resize(depth + 1);
     }
-    std::wstring& elementPrefix = m_elementPrefixes[depth];
+    OpenElement& element = m_openElements[depth];
 
     const std::wstring& uri = context->GetNamespaceUri();
     const std::wstring* declare = nullptr;
-    if (!uri.empty() && uri != context->GetDefaultNamespace()) {
+    const OpenElement* parentElement = sameAsParent ? &m_openElements[depth - 1] : nullptr;
+    if (parentElement && parentElement->scopeOwner == context->GetScopeOwner() &&
+        parentElement->scopeChanges == context->GetScopeChanges()) {
+        // Same namespace, same scope: the parent's answer holds.
+        element.prefix = parentElement->prefix;
+    } else if (!uri.empty() && uri != context->GetDefaultNamespace()) {
         const std::wstring* prefix = context->FindPrefix(uri);
         // An empty prefix cannot name a namespace other than the default
         // one, so it is treated as no prefix at all.
@@ -363,10 +468,13 @@ void CXmlTextWriter::StartElement(const wchar_t* localName, const wchar_t* names
             prefix = context->FindPrefix(uri);
             declare = prefix;
         }
-        elementPrefix = *prefix;
+        element.prefix = *prefix;
     } else {
-        elementPrefix.clear();
+        element.prefix.clear();
     }
+    element.scopeOwner = context->GetScopeOwner();
+    element.scopeChanges = context->GetScopeChanges();
+    const std::wstring& elementPrefix = element.prefix;
 
     if (m_bFormatting) {
         WriteIndent(context->GetDepth());
@@ -376,7 +484,7 @@ void CXmlTextWriter::StartElement(const wchar_t* localName, const wchar_t* names
         Put(elementPrefix);
         Put(L':');
     }
-    Put(context->GetLocalName());
+    Put(name, nameLength);
     if (declare) {
         Put(L' ');
         WriteNamespaceDeclaration(*declare, uri);
@@ -436,7 +544,8 @@ void CXmlTextWriter::EndElement()
         if (m_bFormatting && m_pContext->GetChildCount() > 0) {
             WriteIndent(m_pContext->GetDepth());
         }
-        const std::wstring& prefix = m_elementPrefixes[static_cast<size_t>(m_pContext->GetDepth())];
+        const std::wstring& prefix =
+            m_openElements[static_cast<size_t>(m_pContext->GetDepth())].prefix;
         Put(L"</", 2);
         if (!prefix.empty()) {
             Put(prefix);

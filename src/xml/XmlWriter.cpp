@@ -14,12 +14,17 @@ const std::wstring g_strEmpty;
 
 // Reused contexts keep their strings' capacity; clear and append copy into
 // it without the general replace path of assign.
-void CopyText(std::wstring& target, const wchar_t* text)
+void CopyText(std::wstring& target, const wchar_t* text, size_t length)
 {
     target.clear();
-    if (text) {
-        target.append(text, std::wcslen(text));
+    if (length != 0) {
+        target.append(text, length);
     }
+}
+
+inline size_t LengthOf(const wchar_t* text)
+{
+    return text ? std::wcslen(text) : 0;
 }
 } // namespace
 
@@ -34,13 +39,20 @@ CXmlWriter::CXmlWriterContext::~CXmlWriterContext()
 }
 
 void CXmlWriter::CXmlWriterContext::Init(CXmlWriterContext* parent, const wchar_t* localName,
-                                         const wchar_t* namespaceUri, const NamespaceMap* rootMap,
+                                         size_t localNameLength, const wchar_t* namespaceUri,
+                                         size_t namespaceUriLength, const NamespaceMap* rootMap,
                                          const std::wstring* rootDefault)
 {
     m_dwChildCount = 0;
     m_bStartTagOpen = true;
-    CopyText(m_strNamespaceUri, namespaceUri);
-    CopyText(m_strLocalName, localName);
+    if (parent && parent->m_pNamespaceUri->size() == namespaceUriLength &&
+        std::wmemcmp(parent->m_pNamespaceUri->data(), namespaceUri, namespaceUriLength) == 0) {
+        m_pNamespaceUri = parent->m_pNamespaceUri;
+    } else {
+        CopyText(m_strNamespaceUri, namespaceUri, namespaceUriLength);
+        m_pNamespaceUri = &m_strNamespaceUri;
+    }
+    CopyText(m_strLocalName, localName, localNameLength);
     m_pParent = parent;
     m_dwContentHint = 0;
     if (parent) {
@@ -48,6 +60,7 @@ void CXmlWriter::CXmlWriterContext::Init(CXmlWriterContext* parent, const wchar_
         m_bSharesParentScope = true;
         m_pEffectiveDefault = parent->m_pEffectiveDefault;
         m_pEffectiveMap = parent->m_pEffectiveMap;
+        m_pScopeOwner = parent->m_pScopeOwner;
     } else {
         m_lDepth = 0;
         m_strDefaultNamespace = *rootDefault;
@@ -56,6 +69,8 @@ void CXmlWriter::CXmlWriterContext::Init(CXmlWriterContext* parent, const wchar_
         m_bSharesParentScope = false;
         m_pEffectiveDefault = &m_strDefaultNamespace;
         m_pEffectiveMap = m_pNamespaceMap;
+        m_pScopeOwner = this;
+        ++m_dwScopeChanges; // a new scope for this context
     }
 }
 
@@ -72,6 +87,7 @@ void CXmlWriter::CXmlWriterContext::ReleaseScope()
     }
     m_pEffectiveDefault = nullptr;
     m_pEffectiveMap = nullptr;
+    m_pScopeOwner = this;
 }
 
 void CXmlWriter::CXmlWriterContext::MakeOwnScope()
@@ -86,6 +102,7 @@ void CXmlWriter::CXmlWriterContext::MakeOwnScope()
     m_bSharesParentScope = false;
     m_pEffectiveDefault = &m_strDefaultNamespace;
     m_pEffectiveMap = m_pNamespaceMap;
+    m_pScopeOwner = this;
 }
 
 const std::wstring*
@@ -105,6 +122,7 @@ CXmlWriter::CXmlWriterContext::GetNamespaceMapValue(const std::wstring& namespac
 void CXmlWriter::CXmlWriterContext::SetDefaultNamespace(const std::wstring& namespaceUri)
 {
     MakeOwnScope();
+    ++m_dwScopeChanges;
     m_strDefaultNamespace = namespaceUri;
 }
 
@@ -112,6 +130,7 @@ void CXmlWriter::CXmlWriterContext::AddNamespace(const std::wstring& prefix,
                                                  const std::wstring& namespaceUri)
 {
     MakeOwnScope();
+    ++m_dwScopeChanges;
     (*m_pNamespaceMap)[namespaceUri] = prefix;
 }
 
@@ -175,6 +194,14 @@ void CXmlWriter::SetContentHint(uint32_t hint)
 CXmlWriter::CXmlWriterContext* CXmlWriter::PushContext(const wchar_t* localName,
                                                        const wchar_t* namespaceUri)
 {
+    return PushContext(localName, LengthOf(localName), namespaceUri, LengthOf(namespaceUri));
+}
+
+CXmlWriter::CXmlWriterContext* CXmlWriter::PushContext(const wchar_t* localName,
+                                                       size_t localNameLength,
+                                                       const wchar_t* namespaceUri,
+                                                       size_t namespaceUriLength)
+{
     CXmlWriterContext* context;
     if (m_freeContexts.empty()) {
         // Room in the free list for every context made, so that PopContext
@@ -187,8 +214,8 @@ CXmlWriter::CXmlWriterContext* CXmlWriter::PushContext(const wchar_t* localName,
         m_freeContexts.pop_back();
     }
     try {
-        context->Init(m_pContext, localName, namespaceUri, &m_mapNamespaceAlias,
-                      &m_strDefaultNamespace);
+        context->Init(m_pContext, localName, localNameLength, namespaceUri, namespaceUriLength,
+                      &m_mapNamespaceAlias, &m_strDefaultNamespace);
     } catch (...) {
         context->ReleaseScope();
         m_freeContexts.push_back(context);

@@ -99,24 +99,25 @@ private:
         }
     }
     // Text that does not fit: passes through in pieces of the buffer's size.
-    void PutLong(const wchar_t* text, size_t length);
+    VXXML_WRITER_INTERNAL void PutLong(const wchar_t* text, size_t length);
     void Put(const std::wstring& text) { Put(text.data(), text.size()); }
     // Up to the terminating zero; null puts nothing.
-    void PutText(const wchar_t* text);
+    VXXML_WRITER_INTERNAL void PutText(const wchar_t* text);
     // Copies text up to its terminating zero or the first character the
     // escaping mode must change, whichever comes first, and returns where it
     // stopped; the text is measured and copied in one pass.
-    template <int Mode> const wchar_t* PutRun(const wchar_t* text);
-    void Drain();
+    template <int Mode> VXXML_WRITER_INTERNAL const wchar_t* PutRun(const wchar_t* text);
+    VXXML_WRITER_INTERNAL void Drain();
     // Ends every writing operation: flushes the stream once it holds 4096
     // characters or more, handing it the buffered text first when only the
     // two together reach that.
-    void EndConstruct();
+    VXXML_WRITER_INTERNAL void EndConstruct();
 
-    void WriteEscaped(const wchar_t* text, bool attributeMode);
-    void WriteIndent(int32_t depth);
-    void CloseParentStartTag();
-    void WriteNamespaceDeclaration(const std::wstring& prefix, const std::wstring& namespaceUri);
+    VXXML_WRITER_INTERNAL void WriteEscaped(const wchar_t* text, bool attributeMode);
+    VXXML_WRITER_INTERNAL void WriteIndent(int32_t depth);
+    VXXML_WRITER_INTERNAL void CloseParentStartTag();
+    VXXML_WRITER_INTERNAL void WriteNamespaceDeclaration(const std::wstring& prefix,
+                                                         const std::wstring& namespaceUri);
 
     static constexpr size_t kPendingCapacity = 2048;
     // Room past the capacity: runs are copied four characters at a time and

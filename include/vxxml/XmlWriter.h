@@ -14,6 +14,15 @@
 #include <vxxml/InstanceMonitor.h>
 #include <vxxml/ItemType.h>
 
+// Private helpers of the writers: called only inside the library, where
+// hidden visibility lets the compiler call them directly and inline them
+// (an exported function may be replaced at load time, so it cannot be).
+#if defined(__GNUC__) && !defined(_WIN32)
+#define VXXML_WRITER_INTERNAL __attribute__((visibility("hidden")))
+#else
+#define VXXML_WRITER_INTERNAL
+#endif
+
 namespace VxXmlLib16 {
 
 class VXXML_API CXmlWriter : public CInstanceMonitor
@@ -75,11 +84,12 @@ public:
 
         // Makes a fresh context a child of parent (sharing its scope), or a
         // root when parent is null (then the scope is a copy of the given one).
-        void Init(CXmlWriterContext* parent, const wchar_t* localName, size_t localNameLength,
-                  const wchar_t* namespaceUri, size_t namespaceUriLength,
-                  const NamespaceMap* rootMap, const std::wstring* rootDefault);
-        void ReleaseScope();
-        void MakeOwnScope();
+        VXXML_WRITER_INTERNAL void Init(CXmlWriterContext* parent, const wchar_t* localName,
+                                        size_t localNameLength, const wchar_t* namespaceUri,
+                                        size_t namespaceUriLength, const NamespaceMap* rootMap,
+                                        const std::wstring* rootDefault);
+        VXXML_WRITER_INTERNAL void ReleaseScope();
+        VXXML_WRITER_INTERNAL void MakeOwnScope();
 
         uint32_t m_dwChildCount = 0;
         bool m_bStartTagOpen = true;
@@ -162,10 +172,11 @@ protected:
     NamespaceMap m_mapNamespaceAlias;
 
 private:
-    // Closed contexts are kept for reuse: writing an element then costs no
-    // allocation once the document's depth has been reached.
-    std::vector<CXmlWriterContext*> m_freeContexts;
-    uint32_t m_dwContextCount = 0; // contexts ever made by this writer
+    // Every context made, by nesting level: the open ones are the first
+    // m_dwOpenCount, the others wait for reuse, so writing an element costs
+    // no allocation once the document's depth has been reached.
+    std::vector<CXmlWriterContext*> m_contexts;
+    uint32_t m_dwOpenCount = 0;
 };
 
 } // namespace VxXmlLib16

@@ -3,6 +3,10 @@
 #include <vxxml/Exceptions.h>
 #include <vxxml/XmlWriter.h>
 
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
 namespace VxXmlLib16 {
 
 const wchar_t* const CXmlWriter::XmlNamespaceUri = L"http://www.w3.org/XML/1998/namespace";
@@ -20,6 +24,29 @@ void CopyText(std::wstring& target, const wchar_t* text, size_t length)
     if (length != 0) {
         target.append(text, length);
     }
+}
+
+// Inline rather than wmemcmp: namespace URIs are a few dozen characters,
+// where the call costs as much as the comparison.
+inline bool SameChars(const wchar_t* a, const wchar_t* b, size_t count)
+{
+    size_t i = 0;
+#if defined(__SSE2__)
+    static_assert(sizeof(wchar_t) == 4, "four wide characters per 16-byte load");
+    for (; i + 4 <= count; i += 4) {
+        const __m128i va = _mm_loadu_si128(reinterpret_cast<const __m128i*>(a + i));
+        const __m128i vb = _mm_loadu_si128(reinterpret_cast<const __m128i*>(b + i));
+        if (_mm_movemask_epi8(_mm_cmpeq_epi32(va, vb)) != 0xFFFF) {
+            return false;
+        }
+    }
+#endif
+    for (; i < count; ++i) {
+        if (a[i] != b[i]) {
+            return false;
+        }
+    }
+    return true;
 }
 
 inline size_t LengthOf(const wchar_t* text)
@@ -46,7 +73,7 @@ void CXmlWriter::CXmlWriterContext::Init(CXmlWriterContext* parent, const wchar_
     m_dwChildCount = 0;
     m_bStartTagOpen = true;
     if (parent && parent->m_pNamespaceUri->size() == namespaceUriLength &&
-        std::wmemcmp(parent->m_pNamespaceUri->data(), namespaceUri, namespaceUriLength) == 0) {
+        SameChars(parent->m_pNamespaceUri->data(), namespaceUri, namespaceUriLength)) {
         m_pNamespaceUri = parent->m_pNamespaceUri;
     } else {
         CopyText(m_strNamespaceUri, namespaceUri, namespaceUriLength);
@@ -144,12 +171,7 @@ CXmlWriter::CXmlWriter(const wchar_t* className) : CInstanceMonitor(className)
 
 CXmlWriter::~CXmlWriter()
 {
-    while (m_pContext) {
-        CXmlWriterContext* parent = m_pContext->m_pParent;
-        delete m_pContext;
-        m_pContext = parent;
-    }
-    for (CXmlWriterContext* context : m_freeContexts) {
+    for (CXmlWriterContext* context : m_contexts) {
         delete context;
     }
 }
@@ -202,25 +224,20 @@ CXmlWriter::CXmlWriterContext* CXmlWriter::PushContext(const wchar_t* localName,
                                                        const wchar_t* namespaceUri,
                                                        size_t namespaceUriLength)
 {
-    CXmlWriterContext* context;
-    if (m_freeContexts.empty()) {
-        // Room in the free list for every context made, so that PopContext
-        // never allocates (and so can never fail) when it hands one back.
-        m_freeContexts.reserve(m_dwContextCount + 1);
-        context = new CXmlWriterContext;
-        ++m_dwContextCount;
-    } else {
-        context = m_freeContexts.back();
-        m_freeContexts.pop_back();
+    if (m_dwOpenCount == m_contexts.size()) {
+        // Room first, so that the new context is never left unowned.
+        m_contexts.reserve(m_contexts.size() + 1);
+        m_contexts.push_back(new CXmlWriterContext);
     }
+    CXmlWriterContext* context = m_contexts[m_dwOpenCount];
     try {
         context->Init(m_pContext, localName, localNameLength, namespaceUri, namespaceUriLength,
                       &m_mapNamespaceAlias, &m_strDefaultNamespace);
     } catch (...) {
         context->ReleaseScope();
-        m_freeContexts.push_back(context);
         throw;
     }
+    ++m_dwOpenCount;
     m_pContext = context;
     return context;
 }
@@ -230,9 +247,11 @@ void CXmlWriter::PopContext()
     assert(m_pContext != nullptr && "m_pContext != 0");
     CXmlWriterContext* closed = m_pContext;
     m_pContext = closed->m_pParent;
-    closed->ReleaseScope();
+    if (!closed->m_bSharesParentScope) {
+        closed->ReleaseScope();
+    }
     closed->m_pParent = nullptr;
-    m_freeContexts.push_back(closed);
+    --m_dwOpenCount;
 }
 
 std::wstring CXmlWriter::GeneratePrefix() const

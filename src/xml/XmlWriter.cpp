@@ -3,10 +3,6 @@
 #include <vxxml/Exceptions.h>
 #include <vxxml/XmlWriter.h>
 
-#if defined(__SSE2__)
-#include <emmintrin.h>
-#endif
-
 namespace VxXmlLib16 {
 
 const wchar_t* const CXmlWriter::XmlNamespaceUri = L"http://www.w3.org/XML/1998/namespace";
@@ -24,29 +20,6 @@ void CopyText(std::wstring& target, const wchar_t* text, size_t length)
     if (length != 0) {
         target.append(text, length);
     }
-}
-
-// Inline rather than wmemcmp: namespace URIs are a few dozen characters,
-// where the call costs as much as the comparison.
-inline bool SameChars(const wchar_t* a, const wchar_t* b, size_t count)
-{
-    size_t i = 0;
-#if defined(__SSE2__)
-    static_assert(sizeof(wchar_t) == 4, "four wide characters per 16-byte load");
-    for (; i + 4 <= count; i += 4) {
-        const __m128i va = _mm_loadu_si128(reinterpret_cast<const __m128i*>(a + i));
-        const __m128i vb = _mm_loadu_si128(reinterpret_cast<const __m128i*>(b + i));
-        if (_mm_movemask_epi8(_mm_cmpeq_epi32(va, vb)) != 0xFFFF) {
-            return false;
-        }
-    }
-#endif
-    for (; i < count; ++i) {
-        if (a[i] != b[i]) {
-            return false;
-        }
-    }
-    return true;
 }
 
 inline size_t LengthOf(const wchar_t* text)
@@ -73,7 +46,7 @@ void CXmlWriter::CXmlWriterContext::Init(CXmlWriterContext* parent, const wchar_
     m_dwChildCount = 0;
     m_bStartTagOpen = true;
     if (parent && parent->m_pNamespaceUri->size() == namespaceUriLength &&
-        SameChars(parent->m_pNamespaceUri->data(), namespaceUri, namespaceUriLength)) {
+        std::wmemcmp(parent->m_pNamespaceUri->data(), namespaceUri, namespaceUriLength) == 0) {
         m_pNamespaceUri = parent->m_pNamespaceUri;
     } else {
         CopyText(m_strNamespaceUri, namespaceUri, namespaceUriLength);

@@ -1,0 +1,165 @@
+// A UTF-8 text stream converts as text arrives; these tests hold it to the
+// behaviour of a stream that keeps every character until ToBytes.
+#include "TestHelpers.h"
+
+#include <random>
+#include <string>
+#include <vector>
+#include <vxxml/Encoder.h>
+#include <vxxml/TextStream.h>
+
+using namespace VxXmlLib16;
+
+namespace {
+
+using Bytes = std::vector<unsigned char>;
+
+Bytes ToVector(const CBinaryData& d)
+{
+    return d.GetLength() ? Bytes(d.GetData(), d.GetData() + d.GetLength()) : Bytes{};
+}
+
+Bytes Utf8Of(const std::wstring& text)
+{
+    return ToVector(Utf16ToUtf8(text.data(), text.size()));
+}
+
+std::wstring ErrorOf(const std::wstring& text)
+{
+    try {
+        Utf16ToUtf8(text.data(), text.size());
+    } catch (const CVxException& e) {
+        return e.GetMessage();
+    }
+    return L"(no error)";
+}
+
+// Writes text in pieces of every kind a writer uses: single characters,
+// short counted pieces (staged), long ones (converted straight away), and
+// zero-terminated ones.
+void WriteInPieces(CTextStream& s, const std::wstring& text, std::mt19937& rng)
+{
+    size_t at = 0;
+    while (at < text.size()) {
+        const size_t left = text.size() - at;
+        switch (rng() % 4) {
+        case 0:
+            s.Write(text[at]);
+            ++at;
+            break;
+        case 1: {
+            const size_t n = std::min<size_t>(left, 1 + rng() % 40);
+            s.Write(text.data() + at, n);
+            at += n;
+            break;
+        }
+        case 2: {
+            const size_t n = std::min<size_t>(left, 200 + rng() % 5000);
+            s.Write(text.data() + at, n);
+            at += n;
+            break;
+        }
+        default: {
+            const size_t n = std::min<size_t>(left, 1 + rng() % 300);
+            s.Write(std::wstring(text, at, n));
+            at += n;
+            break;
+        }
+        }
+    }
+}
+
+std::wstring MixedText(size_t length, std::mt19937& rng)
+{
+    const wchar_t pool[] = {L'a', L'<', L'\n', 0xE9, 0x20AC, 0x1F600, 0x10FFFF, L'z'};
+    std::wstring text;
+    for (size_t i = 0; i < length; ++i) {
+        text += pool[rng() % std::size(pool)];
+    }
+    return text;
+}
+
+} // namespace
+
+TEST(TextStreamBytes, AnswersForAllTextWhateverTheWritesAndReads)
+{
+    std::mt19937 rng(11);
+    for (int round = 0; round < 20; ++round) {
+        const std::wstring first = MixedText(rng() % 30000, rng);
+        const std::wstring second = MixedText(rng() % 9000, rng);
+        CTextStream s(XmlEncoding_UTF8);
+        WriteInPieces(s, first, rng);
+        EXPECT_EQ(s.GetLength(), first.size());
+        EXPECT_EQ(s.GetText(), first);
+        const CBinaryData early = s.ToBytes();
+        EXPECT_EQ(ToVector(early), Utf8Of(first));
+
+        // Writing on after ToBytes and GetText: earlier results stay as
+        // they were, later ones cover everything.
+        WriteInPieces(s, second, rng);
+        EXPECT_EQ(ToVector(early), Utf8Of(first));
+        EXPECT_EQ(s.GetLength(), first.size() + second.size());
+        EXPECT_EQ(ToVector(s.ToBytes()), Utf8Of(first + second)) << "round " << round;
+        EXPECT_EQ(ToVector(s.ToBytes()), Utf8Of(first + second)) << "twice the same";
+        EXPECT_EQ(s.GetText(), first + second);
+
+        s.Open();
+        EXPECT_EQ(s.GetLength(), 0u);
+        EXPECT_STREQ(s.GetText(), L"");
+        EXPECT_EQ(s.ToBytes().GetLength(), 0u);
+    }
+}
+
+TEST(TextStreamBytes, TextWithoutUtf8FormIsKeptAndReportedByToBytes)
+{
+    // The bad character arrives in each way text can arrive: in a long
+    // piece, in a short staged one, alone, and once much text is converted.
+    const std::wstring before(10000, L'x');
+    const std::wstring after(5000, 0xE9);
+    for (wchar_t bad : {static_cast<wchar_t>(0xD800), static_cast<wchar_t>(0xDFFF),
+                        static_cast<wchar_t>(0x110000)}) {
+        for (int way = 0; way < 3; ++way) {
+            CTextStream s(XmlEncoding_UTF8);
+            s.Write(before);
+            if (way == 2) {
+                EXPECT_EQ(ToVector(s.ToBytes()), Utf8Of(before)); // bytes handed out first
+            }
+            std::wstring middle = L"ab";
+            middle += bad;
+            middle += L"cd";
+            if (way == 0) {
+                middle += std::wstring(600, L'm');
+                s.Write(middle);
+            } else if (way == 1) {
+                s.Write(middle.data(), middle.size());
+            } else {
+                for (wchar_t c : middle) {
+                    s.Write(c);
+                }
+            }
+            s.Write(after);
+            const std::wstring all = before + middle + after;
+            EXPECT_EQ(s.GetLength(), all.size());
+            EXPECT_EQ(s.GetText(), all) << "way " << way;
+            // The same error, at the same position, as converting all at once.
+            EXPECT_THROW_MSG(s.ToBytes(), CVxException, ErrorOf(all));
+
+            // A reopened stream converts again.
+            s.Open();
+            s.Write(after);
+            EXPECT_EQ(ToVector(s.ToBytes()), Utf8Of(after));
+        }
+    }
+}
+
+TEST(TextStreamBytes, Utf16StreamsKeepLoneSurrogatesAsCodeUnits)
+{
+    // Only UTF-8 streams convert early; UTF-16 ones still take text that
+    // UTF-8 cannot hold.
+    std::wstring text(5000, L'q');
+    text += static_cast<wchar_t>(0xD800);
+    CTextStream s(XmlEncoding_UTF16);
+    s.Write(text);
+    EXPECT_EQ(ToVector(s.ToBytes()), ToVector(CBinaryData(text.c_str())));
+    EXPECT_EQ(s.GetText(), text);
+}

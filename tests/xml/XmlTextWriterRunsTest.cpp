@@ -1,0 +1,183 @@
+// The text writer reads names and values in blocks and reuses what it
+// resolved for the parent element; these tests aim at the edges of both.
+#include "TestHelpers.h"
+
+#include <cstring>
+#include <functional>
+#include <string>
+#include <sys/mman.h>
+#include <unistd.h>
+#include <vxxml/TextStream.h>
+#include <vxxml/XmlTextWriter.h>
+
+using namespace VxXmlLib16;
+
+namespace {
+
+// The escaping of the writer spelled out plainly, to compare runs with.
+std::wstring Escaped(const std::wstring& text, bool attribute)
+{
+    std::wstring out;
+    for (wchar_t c : text) {
+        switch (c) {
+        case L'&':
+            out += L"&amp;";
+            break;
+        case L'<':
+            out += L"&lt;";
+            break;
+        case L'>':
+            out += L"&gt;";
+            break;
+        case L'"':
+            out += attribute ? L"&quot;" : L"\"";
+            break;
+        case L'\n':
+            out += attribute ? L"&#xA;" : L"\n";
+            break;
+        case L'\t':
+            out += attribute ? L"&#x9;" : L"\t";
+            break;
+        case L'\r':
+            break;
+        default:
+            out += c;
+        }
+    }
+    return out;
+}
+
+// Two pages, the second inaccessible: a text placed to end at the first
+// page's end faults if anything reads past its terminator into the next page.
+class PageEnd
+{
+public:
+    PageEnd() : m_size(static_cast<size_t>(sysconf(_SC_PAGESIZE)))
+    {
+        void* p =
+            mmap(nullptr, 2 * m_size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+        m_base = p == MAP_FAILED ? nullptr : static_cast<char*>(p);
+        if (m_base) {
+            mprotect(m_base + m_size, m_size, PROT_NONE);
+        }
+    }
+    ~PageEnd()
+    {
+        if (m_base) {
+            munmap(m_base, 2 * m_size);
+        }
+    }
+    bool Ok() const { return m_base != nullptr; }
+    // Copies text so that its terminating zero is the page's last character.
+    const wchar_t* Place(const std::wstring& text, size_t slot)
+    {
+        // Several texts live side by side: slot n ends n * 64 characters
+        // before the page end (slot 0 right at it).
+        wchar_t* end = reinterpret_cast<wchar_t*>(m_base + m_size) - 1 - slot * 64;
+        wchar_t* start = end - text.size();
+        std::memcpy(start, text.data(), text.size() * sizeof(wchar_t));
+        *end = 0;
+        return start;
+    }
+
+private:
+    size_t m_size;
+    char* m_base = nullptr;
+};
+
+std::wstring Write(const std::function<void(CXmlTextWriter&)>& body)
+{
+    CTextStream stream(XmlEncoding_UTF8);
+    CXmlTextWriter writer(&stream);
+    writer.StartDocument();
+    writer.SetFormatting(false);
+    body(writer);
+    writer.EndDocument();
+    return stream.GetText();
+}
+
+} // namespace
+
+TEST(XmlTextWriterRuns, TextsEndingAtAPageEndAreReadUpToTheirEndOnly)
+{
+    PageEnd page;
+    ASSERT_TRUE(page.Ok());
+    // Every length up to a few blocks puts the terminator at every position
+    // of a block; specials sit at the start, the end and in between.
+    for (size_t length = 0; length <= 13; ++length) {
+        std::wstring value;
+        for (size_t i = 0; i < length; ++i) {
+            value += i % 5 == 0 ? L'&' : (i % 3 == 0 ? L'"' : static_cast<wchar_t>(L'a' + i));
+        }
+        const std::wstring name = L"n" + std::wstring(length, L'm');
+        const std::wstring uri = L"urn:" + std::wstring(length, L'u');
+        const std::wstring out = Write([&](CXmlTextWriter& w) {
+            w.StartElement(page.Place(name, 0), page.Place(uri, 1));
+            w.StartElement(page.Place(name, 0), page.Place(uri, 1)); // same URI again
+            w.WriteAttribute(page.Place(name, 2), L"", page.Place(value, 3), ItemType_string);
+            w.WriteElementText(page.Place(value, 4), ItemType_string, false);
+            w.EndElement();
+            w.EndElement();
+        });
+        const std::wstring tag = L"AA:" + name;
+        const std::wstring text =
+            length ? L">" + Escaped(value, false) + L"</" + tag + L">" : L"/>";
+        EXPECT_EQ(out, L"<" + tag + L" xmlns:AA=\"" + uri + L"\"><" + tag + L" " + name + L"=\"" +
+                           Escaped(value, true) + L"\"" + text + L"</" + tag + L">")
+            << "length " << length;
+    }
+}
+
+TEST(XmlTextWriterRuns, LongValuesAreEscapedAcrossTheWritersBuffer)
+{
+    // The writer hands its text over in pieces; specials right before, at
+    // and after the piece boundaries, and characters beyond ASCII.
+    std::wstring value;
+    for (size_t i = 0; i < 9000; ++i) {
+        const size_t m = i % 2048;
+        value += m < 3 || m > 2044 ? L"&<>\"\n\r\t"[i % 7] : static_cast<wchar_t>(0x3B1 + i % 20);
+    }
+    for (size_t offset : {0u, 1u, 2u, 3u}) {
+        const std::wstring v = value.substr(offset);
+        const std::wstring out = Write([&](CXmlTextWriter& w) {
+            w.StartElement(L"r", L"");
+            w.WriteAttribute(L"a", L"", v.c_str(), ItemType_string);
+            w.WriteElementText(v.c_str(), ItemType_string, false);
+            w.EndElement();
+        });
+        EXPECT_EQ(out, L"<r a=\"" + Escaped(v, true) + L"\">" + Escaped(v, false) + L"</r>")
+            << "offset " << offset;
+    }
+}
+
+TEST(XmlTextWriterRuns, ChildrenReusePrefixesOnlyWhileTheScopeIsUnchanged)
+{
+    const std::wstring out = Write([](CXmlTextWriter& w) {
+        w.AddNamespace(L"p", L"urn:x");
+        w.StartElement(L"root", L"");
+        w.StartElement(L"a", L"urn:x");
+        w.StartElement(L"a1", L"urn:x"); // the parent's prefix
+        w.EndElement();
+        w.AddNamespace(L"q", L"urn:x"); // rebinds the URI in a's scope
+        w.StartElement(L"b", L"urn:x");
+        w.AddNamespace(L"r", L"urn:x"); // and again, in b's own scope
+        w.StartElement(L"c", L"urn:x");
+        w.EndElement();
+        w.EndElement();
+        w.StartElement(L"b2", L"urn:x"); // back in a's scope
+        w.EndElement();
+        w.EndElement(); // a's end tag repeats its start tag
+        w.StartElement(L"d", L"urn:x");
+        w.SetDefaultNamespace(L"urn:x");
+        w.StartElement(L"e", L"urn:x"); // now the default namespace
+        w.EndElement();
+        w.EndElement();
+        w.StartElement(L"f", L"urn:x"); // the contexts of a and d are reused
+        w.StartElement(L"g", L"urn:x");
+        w.EndElement();
+        w.EndElement();
+        w.EndElement();
+    });
+    EXPECT_EQ(out, L"<root xmlns:p=\"urn:x\"><p:a><p:a1/><q:b><r:c/></q:b><q:b2/></p:a>"
+                   L"<p:d><e/></p:d><p:f><p:g/></p:f></root>");
+}

@@ -91,9 +91,13 @@ private:
     {
         if (m_cchPending + length <= kPendingCapacity) {
             wchar_t* out = m_pending + m_cchPending;
-            // memcpy rather than a loop: the compiler vectorizes a loop with
-            // more set-up than these short names take to copy.
-            std::memcpy(out, text, length * sizeof(wchar_t));
+            if (length == 1) {
+                *out = *text; // line feeds and tabs: not worth a call
+            } else {
+                // memcpy rather than a loop: the compiler vectorizes a loop
+                // with more set-up than these short names take to copy.
+                std::memcpy(out, text, length * sizeof(wchar_t));
+            }
             m_cchPending += length;
         } else {
             PutLong(text, length);
@@ -138,6 +142,9 @@ private:
     };
 
     std::wstring m_strIndentChars;
+    // The indent characters repeated for the deepest level written so far,
+    // so that an indentation is one copy whatever the depth.
+    std::wstring m_strIndentRun;
     std::wstring m_strEOLChars;
     CTextStream* m_pStream;
     bool m_bFormatting = true;

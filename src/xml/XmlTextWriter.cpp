@@ -142,6 +142,7 @@ void CXmlTextWriter::SetFormatting(bool formatting)
 void CXmlTextWriter::SetIndentChars(const wchar_t* indentChars)
 {
     m_strIndentChars = OrEmpty(indentChars);
+    m_strIndentRun.clear();
 }
 
 void CXmlTextWriter::SetEOLType(EOLType type)
@@ -352,9 +353,14 @@ void CXmlTextWriter::WriteEscaped(const wchar_t* text, bool attributeMode)
 
 void CXmlTextWriter::WriteIndent(int32_t depth)
 {
-    for (int32_t i = 0; i < depth; ++i) {
-        Put(m_strIndentChars);
+    if (depth <= 0) {
+        return;
     }
+    const size_t length = static_cast<size_t>(depth) * m_strIndentChars.size();
+    while (m_strIndentRun.size() < length) {
+        m_strIndentRun += m_strIndentChars;
+    }
+    Put(m_strIndentRun.data(), length);
 }
 
 void CXmlTextWriter::WriteNamespaceDeclaration(const std::wstring& prefix,

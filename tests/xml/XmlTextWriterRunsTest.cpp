@@ -181,3 +181,24 @@ TEST(XmlTextWriterRuns, ChildrenReusePrefixesOnlyWhileTheScopeIsUnchanged)
     EXPECT_EQ(out, L"<root xmlns:p=\"urn:x\"><p:a><p:a1/><q:b><r:c/></q:b><q:b2/></p:a>"
                    L"<p:d><e/></p:d><p:f><p:g/></p:f></root>");
 }
+
+TEST(XmlTextWriterRuns, IndentationFollowsTheCurrentIndentCharacters)
+{
+    CTextStream stream(XmlEncoding_UTF8);
+    CXmlTextWriter writer(&stream);
+    auto nest = [&writer](int depth) {
+        for (int i = 0; i < depth; ++i) {
+            writer.StartElement(L"e", L"");
+        }
+        for (int i = 0; i < depth; ++i) {
+            writer.EndElement();
+        }
+    };
+    writer.StartDocument();
+    nest(3);
+    writer.SetIndentChars(L"  ");
+    nest(2);
+    writer.EndDocument();
+    EXPECT_EQ(std::wstring(stream.GetText()),
+              L"<e>\n\t<e>\n\t\t<e/>\n\t</e>\n</e>\n<e>\n  <e/>\n</e>\n");
+}

@@ -90,17 +90,38 @@ private:
     void Put(const wchar_t* text, size_t length)
     {
         if (m_cchPending + length <= kPendingCapacity) {
-            wchar_t* out = m_pending + m_cchPending;
-            if (length == 1) {
-                *out = *text; // line feeds and tabs: not worth a call
-            } else {
-                // memcpy rather than a loop: the compiler vectorizes a loop
-                // with more set-up than these short names take to copy.
-                std::memcpy(out, text, length * sizeof(wchar_t));
-            }
+            CopyShort(m_pending + m_cchPending, text, length);
             m_cchPending += length;
         } else {
             PutLong(text, length);
+        }
+    }
+    // Names, prefixes and line ends are a few characters long. Up to eight
+    // characters are copied as two overlapping blocks that together cover
+    // exactly the text (no call, no loop); longer texts go to memcpy, as
+    // would a loop, which the compiler vectorizes with more set-up than
+    // these short texts take to copy.
+    static void CopyShort(wchar_t* out, const wchar_t* text, size_t length)
+    {
+        static_assert(sizeof(wchar_t) == 4, "four-byte characters");
+        if (length >= 4 && length <= 8) {
+            unsigned char head[16];
+            unsigned char tail[16];
+            std::memcpy(head, text, 16);
+            std::memcpy(tail, text + length - 4, 16);
+            std::memcpy(out, head, 16);
+            std::memcpy(out + length - 4, tail, 16);
+        } else if (length >= 2 && length < 4) {
+            unsigned char head[8];
+            unsigned char tail[8];
+            std::memcpy(head, text, 8);
+            std::memcpy(tail, text + length - 2, 8);
+            std::memcpy(out, head, 8);
+            std::memcpy(out + length - 2, tail, 8);
+        } else if (length == 1) {
+            *out = *text;
+        } else if (length != 0) {
+            std::memcpy(out, text, length * sizeof(wchar_t));
         }
     }
     // Text that does not fit: passes through in pieces of the buffer's size.

@@ -11,6 +11,7 @@
 #include <cstdio>
 #include <map>
 #include <pugixml.hpp>
+#include <set>
 #include <string>
 #include <vector>
 #include <vxxml/TextStream.h>
@@ -111,6 +112,64 @@ void WriteNode(CXmlTextWriter& writer, const BenchNode& node)
     writer.EndElement();
 }
 
+// The same tree the way generated code holds it: element and attribute
+// names and namespace URIs are constants of the class metadata, shared by
+// every object, and only the values belong to the object. The walk then
+// touches far less memory than with a copy of every name in every node.
+struct SharedAttr
+{
+    const wchar_t* local;
+    const wchar_t* ns;
+    std::wstring value;
+};
+
+struct SharedNode
+{
+    const wchar_t* local;
+    const wchar_t* ns;
+    std::wstring text;
+    std::vector<SharedAttr> attrs;
+    std::vector<SharedNode> children;
+};
+
+const wchar_t* Intern(const std::wstring& text)
+{
+    static std::set<std::wstring> table;
+    return table.insert(text).first->c_str();
+}
+
+SharedNode Share(const BenchNode& node)
+{
+    SharedNode shared{Intern(node.local), Intern(node.ns), node.text, {}, {}};
+    for (const BenchAttr& a : node.attrs) {
+        shared.attrs.push_back({Intern(a.local), Intern(a.ns), a.value});
+    }
+    shared.children.reserve(node.children.size());
+    for (const BenchNode& child : node.children) {
+        shared.children.push_back(Share(child));
+    }
+    return shared;
+}
+
+const SharedNode& SharedTree()
+{
+    static const SharedNode tree = Share(Tree());
+    return tree;
+}
+
+void WriteShared(CXmlTextWriter& writer, const SharedNode& node)
+{
+    writer.StartElement(node.local, node.ns);
+    for (const SharedAttr& a : node.attrs) {
+        writer.WriteAttribute(a.local, a.ns, a.value.c_str(), ItemType_string);
+    }
+    writer.WriteElementText(node.text.c_str(), ItemType_string, false);
+    for (const SharedNode& child : node.children) {
+        WriteShared(writer, child);
+    }
+    writer.EndElement();
+}
+
 // The to-string path of the library: write everything into an in-memory
 // stream, then convert the whole text to UTF-8 once.
 [[gnu::noinline]] CBinaryData WriteWithVxxml(bool formatting)
@@ -124,6 +183,22 @@ void WriteNode(CXmlTextWriter& writer, const BenchNode& node)
     writer.AddNamespace(L"m", kMeta);
     writer.AddNamespace(L"xsi", kXsi);
     WriteNode(writer, Tree());
+    writer.EndDocument();
+    return stream.ToBytes();
+}
+
+// The same path over the tree with shared names.
+[[gnu::noinline]] CBinaryData WriteSharedWithVxxml(bool formatting)
+{
+    CTextStream stream(XmlEncoding_UTF8);
+    CXmlTextWriter writer(&stream);
+    writer.StartDocument();
+    writer.SetFormatting(formatting);
+    writer.WriteXmlDeclaration();
+    writer.SetDefaultNamespace(kInv);
+    writer.AddNamespace(L"m", kMeta);
+    writer.AddNamespace(L"xsi", kXsi);
+    WriteShared(writer, SharedTree());
     writer.EndDocument();
     return stream.ToBytes();
 }
@@ -207,6 +282,23 @@ void BM_Vxxml(benchmark::State& state)
     size_t bytes = 0;
     for (auto _ : state) {
         CBinaryData data = WriteWithVxxml(formatting);
+        bytes = data.GetLength();
+        benchmark::DoNotOptimize(data.GetData());
+    }
+    state.SetBytesProcessed(static_cast<int64_t>(state.iterations() * bytes));
+    state.counters["MB"] = static_cast<double>(bytes) / (1 << 20);
+}
+
+void BM_VxxmlShared(benchmark::State& state)
+{
+    const bool formatting = state.range(0) != 0;
+    if (WriteSharedWithVxxml(formatting) != WriteWithVxxml(formatting)) {
+        std::fprintf(stderr, "the two trees do not write the same document\n");
+        std::abort();
+    }
+    size_t bytes = 0;
+    for (auto _ : state) {
+        CBinaryData data = WriteSharedWithVxxml(formatting);
         bytes = data.GetLength();
         benchmark::DoNotOptimize(data.GetData());
     }
@@ -303,6 +395,7 @@ void BM_Pugixml(benchmark::State& state)
 }
 
 BENCHMARK(BM_Vxxml)->ArgName("formatted")->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_VxxmlShared)->ArgName("formatted")->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_VxxmlChunked)->ArgName("formatted")->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_StreamOnly)->ArgName("formatted")->Arg(0)->Arg(1)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_StreamOnlyChunked)
@@ -336,8 +429,8 @@ public:
         for (const char* arg : {"0", "1"}) {
             const std::string suffix = std::string("/formatted:") + arg;
             const auto theirs = m_times.find("BM_Pugixml" + suffix);
-            for (const char* ours :
-                 {"BM_Vxxml", "BM_VxxmlChunked", "BM_StreamOnly", "BM_StreamOnlyChunked"}) {
+            for (const char* ours : {"BM_Vxxml", "BM_VxxmlShared", "BM_VxxmlChunked",
+                                     "BM_StreamOnly", "BM_StreamOnlyChunked"}) {
                 const auto it = m_times.find(ours + suffix);
                 if (it != m_times.end() && theirs != m_times.end()) {
                     std::printf("ratio %s/pugixml formatted=%s: %.2f (CPU time)\n", ours, arg,

@@ -21,7 +21,8 @@ namespace VxXmlLib16 {
 // characters (apostrophe, tab in text, non-ASCII) are written as they are.
 //
 // After every construct the writer flushes the stream once it holds 4096 or
-// more characters, so that file streams write in chunks and memory stays flat.
+// more characters, so that file streams write in chunks and memory stays flat
+// (a plain CTextStream, whose Flush does nothing, is not asked).
 // Between flushes the writer may keep up to 2048 characters of its own before
 // handing them to the stream; everything written is in the stream once
 // EndDocument has been called.
@@ -180,6 +181,7 @@ private:
     // text is not flushed again until it has received more.
     uint32_t m_cchAtLastFlush = 0;
     bool m_bFlushedOnce = false;
+    bool m_bStreamFlushes = true;              // false for a plain CTextStream
     wchar_t* m_pending;                        // kPendingCapacity + kPendingSlack characters
     std::unique_ptr<wchar_t[]> m_pendingOwner; // owns m_pending
 };

@@ -1,6 +1,7 @@
 #include <cassert>
 #include <cstring>
 #include <cwchar>
+#include <typeinfo>
 #include <vxxml/Exceptions.h>
 #include <vxxml/XmlTextWriter.h>
 
@@ -114,6 +115,10 @@ CXmlTextWriter::CXmlTextWriter(CTextStream* stream)
     if (stream == nullptr) {
         throw CVxInvalidParamException(kMsgNullStream);
     }
+    // The plain in-memory stream's Flush does nothing: for it the flush
+    // rule need not even be checked. Any derived stream (a file, or one of
+    // the caller's) gets its flushes.
+    m_bStreamFlushes = typeid(*stream) != typeid(CTextStream);
 }
 
 CXmlTextWriter::~CXmlTextWriter() = default;
@@ -192,6 +197,9 @@ void CXmlTextWriter::Drain()
 
 void CXmlTextWriter::EndConstruct()
 {
+    if (!m_bStreamFlushes) {
+        return;
+    }
     // A stream that keeps its text (in memory) stays above the threshold
     // and is flushed after every construct; the buffer then goes on
     // collecting. A stream that writes out (a file) falls back to zero at

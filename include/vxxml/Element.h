@@ -27,6 +27,8 @@ class CElementCol;
 // On writing, the text comes before the child elements. Text made only of
 // whitespace is not written when the element has child elements: it is the
 // indentation of the document it came from, and the writer makes its own.
+// Indented output of an element that holds both text and children adds the
+// indentation to its text when read back; write such content unindented.
 //
 // Namespace on writing: the element is written in its own namespace. When
 // it has none and the caller names one (a member of a generated class

@@ -1,6 +1,7 @@
 // The one header an application includes to use vxxml.
 #pragma once
 
+#include <vxxml/Attribute.h>
 #include <vxxml/Base64.h>
 #include <vxxml/BigInteger.h>
 #include <vxxml/ClassFactoryBase.h>
@@ -11,6 +12,7 @@
 #include <vxxml/DateTime.h>
 #include <vxxml/DateTimeSpan.h>
 #include <vxxml/Decimal.h>
+#include <vxxml/Element.h>
 #include <vxxml/Encoder.h>
 #include <vxxml/EventSink.h>
 #include <vxxml/Exceptions.h>
@@ -25,10 +27,12 @@
 #include <vxxml/SmartPtr.h>
 #include <vxxml/StringBuffer.h>
 #include <vxxml/TextStream.h>
+#include <vxxml/TypedCollections.h>
 #include <vxxml/VxVariant.h>
 #include <vxxml/VxZip.h>
 #include <vxxml/WhitespaceUtils.h>
 #include <vxxml/XmlAttribute.h>
+#include <vxxml/XmlCollection.h>
 #include <vxxml/XmlCollectionBase.h>
 #include <vxxml/XmlDocument.h>
 #include <vxxml/XmlElement.h>
@@ -36,4 +40,5 @@
 #include <vxxml/XmlGeneratedClass.h>
 #include <vxxml/XmlObjectBase.h>
 #include <vxxml/XmlTextWriter.h>
+#include <vxxml/XmlTypeCollection.h>
 #include <vxxml/XmlWriter.h>

@@ -41,6 +41,17 @@ template <class T, class Set> void Read(const std::optional<T>& member, VxVarian
     }
 }
 
+// A child object handed back by the library must be of the member's class.
+template <class T> CSmartPtr<T> ObjectOf(const VxVariant& value)
+{
+    CSmartPtr<CXmlObjectBase> object = value.GetXmlObject();
+    auto* typed = dynamic_cast<T*>(object.Get());
+    if (object && !typed) {
+        throw CVxInvalidParamException(L"The object is not of the member's class");
+    }
+    return typed;
+}
+
 CSmartPtr<CXmlObjectBase> NewItemDelivery(int, const wchar_t*)
 {
     return new CItemDelivery;
@@ -109,9 +120,8 @@ const CXmlGeneratedClass::CClassMetaData& CAddress::MetaData()
     return GetMetaDataOnce(slot, [] {
         CClassMetaData tables;
         tables.pClassInfo =
-            new CParentElementInfo(XmlElementGroupType_Sequence, XmlElementType_Element,
-                                   L"Address", kNamespace, false, false, -1, ItemType_Invalid,
-                                   nullptr, true);
+            new CParentElementInfo(XmlElementGroupType_Sequence, XmlElementType_Element, L"Address",
+                                   kNamespace, false, false, -1, ItemType_Invalid, nullptr, true);
         tables.ppElementInfo = Table<CElementInfo>({
             new CElementInfoSeqPrimMnd(L"name", kNamespace, 0, false, ItemType_string, nullptr,
                                        kPreserve, kNone, nullptr),
@@ -192,10 +202,9 @@ const CXmlGeneratedClass::CClassMetaData& CItemDelivery::MetaData()
     static std::atomic<CClassMetaData*> slot;
     return GetMetaDataOnce(slot, [] {
         CClassMetaData tables;
-        tables.pClassInfo =
-            new CParentElementInfo(XmlElementGroupType_Choice, XmlElementType_Merged,
-                                   L"ItemDelivery", kNamespace, false, false, -1,
-                                   ItemType_Invalid, nullptr, true);
+        tables.pClassInfo = new CParentElementInfo(
+            XmlElementGroupType_Choice, XmlElementType_Merged, L"ItemDelivery", kNamespace, false,
+            false, -1, ItemType_Invalid, nullptr, true);
         tables.ppElementInfo = Table<CElementInfo>({
             new CElementInfoChoicePrimOpt(L"shipDate", kNamespace, 0, false, ItemType_datetime,
                                           nullptr, kCollapse, kNone, nullptr),
@@ -261,7 +270,7 @@ void CItem::AccessProperty(int index, bool read, VxVariant& value)
         break;
     case 4:
         // A mandatory child object: the library reads into the one we hold.
-        read ? value.SetXmlObject(m_delivery) : void(m_delivery = value.GetXmlObject().Get());
+        read ? value.SetXmlObject(m_delivery) : void(m_delivery = ObjectOf<CItemDelivery>(value));
         break;
     case 5:
         read ? Read(m_comment, value, &VxVariant::SetString) : void(m_comment = value.GetString());
@@ -347,7 +356,7 @@ void CPurchaseOrder::AccessProperty(int index, bool read, VxVariant& value)
         }
         break;
     case 2:
-        read ? value.SetXmlObject(m_shipTo) : void(m_shipTo = value.GetXmlObject().Get());
+        read ? value.SetXmlObject(m_shipTo) : void(m_shipTo = ObjectOf<CAddress>(value));
         break;
     case 3:
         read ? Read(m_comment, value, &VxVariant::SetString) : void(m_comment = value.GetString());
@@ -378,8 +387,8 @@ const CXmlGeneratedClass::CClassMetaData& CPurchaseOrder::MetaData()
     return GetMetaDataOnce(slot, [] {
         CClassMetaData tables;
         tables.pClassInfo = new CParentElementInfo(
-            XmlElementGroupType_Sequence, XmlElementType_Element, L"PurchaseOrderType",
-            kNamespace, false, false, -1, ItemType_Invalid, nullptr, true);
+            XmlElementGroupType_Sequence, XmlElementType_Element, L"PurchaseOrderType", kNamespace,
+            false, false, -1, ItemType_Invalid, nullptr, true);
         tables.ppElementInfo = Table<CElementInfo>({
             new CElementInfoSeqClsMnd(L"shipTo", kNamespace, 2, XmlElementType_Element, nullptr, 0,
                                       false),
@@ -390,8 +399,7 @@ const CXmlGeneratedClass::CClassMetaData& CPurchaseOrder::MetaData()
         tables.ppAttributeInfo = Table<CAttributeInfo>({
             new CAttributeInfoPrimitive(L"orderDate", L"", 0, false, ItemType_date, nullptr,
                                         kCollapse, kNone, nullptr),
-            new CAttributeInfoEnum(L"status", L"", 1, true, StatusToText, StatusFromText,
-                                   L"open"),
+            new CAttributeInfoEnum(L"status", L"", 1, true, StatusToText, StatusFromText, L"open"),
         });
         return tables;
     });

@@ -31,8 +31,14 @@ public:                                                                         
     VxXmlLib16Data::CElementInfo** GetClassElementInfo() const override;                           \
     VxXmlLib16Data::CAttributeInfo** GetClassAttributeInfo() const override;                       \
     void Init() override;                                                                          \
-    std::wstring GetTargetNamespace() const override { return kNamespace; }                        \
-    std::wstring GetNamespace() const override { return kNamespace; }                              \
+    std::wstring GetTargetNamespace() const override                                               \
+    {                                                                                              \
+        return kNamespace;                                                                         \
+    }                                                                                              \
+    std::wstring GetNamespace() const override                                                     \
+    {                                                                                              \
+        return kNamespace;                                                                         \
+    }                                                                                              \
                                                                                                    \
 private:                                                                                           \
     static const CClassMetaData& MetaData();

@@ -139,8 +139,7 @@ private:
                                           VxXmlLib16Data::XmlElementType type);
     CXmlElement* ProcessElementChoiceFromXml(const CSerializationContext& context,
                                              CXmlElement* element, CXmlElement* child,
-                                             VxXmlLib16Data::XmlElementType type,
-                                             bool isOptional);
+                                             VxXmlLib16Data::XmlElementType type, bool isOptional);
     void ReadSimpleContent(const VxXmlLib16Data::CParentElementInfo& info,
                            const CXmlElement& element);
 };

@@ -97,9 +97,8 @@ public:
         const unsigned char* data, uint32_t length,
         const CSerializationContext& context = CSerializationContext::GetDefaultContext());
     // From untyped content or from an element of a document already read.
-    virtual void FromXmlElement(
-        CElement* element,
-        const CSerializationContext& context = CSerializationContext::GetDefaultContext());
+    virtual void FromXmlElement(CElement* element, const CSerializationContext& context =
+                                                       CSerializationContext::GetDefaultContext());
     virtual void FromXmlElement(
         CXmlElement* element,
         const CSerializationContext& context = CSerializationContext::GetDefaultContext());

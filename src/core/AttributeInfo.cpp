@@ -21,8 +21,8 @@ std::wstring OrEmpty(const wchar_t* s)
 
 } // namespace
 
-CAttributeInfo::CAttributeInfo(const wchar_t* name, const wchar_t* namespaceUri,
-                               int propertyIndex, bool optional, const wchar_t* defaultValue)
+CAttributeInfo::CAttributeInfo(const wchar_t* name, const wchar_t* namespaceUri, int propertyIndex,
+                               bool optional, const wchar_t* defaultValue)
     : m_strAttributeName(OrEmpty(name)), m_strNamespaceUri(OrEmpty(namespaceUri)),
       m_iPropertyIndex(propertyIndex), m_bOptional(optional),
       m_strDefaultValue(OrEmpty(defaultValue))
@@ -78,9 +78,9 @@ void CAttributeInfo::InvokePropertyGet(const CXmlGeneratedClass* owner, VxVarian
     try {
         owner->ReadProperty(m_iPropertyIndex, value);
     } catch (const CVxException& e) {
-        throw CVxValidationException(FormatString(L"Failed to get the property value for [%s].",
-                                                  m_strAttributeName.c_str()),
-                                     L"", e);
+        throw CVxValidationException(
+            FormatString(L"Failed to get the property value for [%s].", m_strAttributeName.c_str()),
+            L"", e);
     }
 }
 
@@ -142,8 +142,7 @@ void CAttributeInfoPrimitive::AttributeToXml(const CSerializationContext& contex
 }
 
 bool CAttributeInfoPrimitive::AttributeFromXml(const CSerializationContext&,
-                                               CXmlGeneratedClass* owner,
-                                               CXmlAttribute* attribute)
+                                               CXmlGeneratedClass* owner, CXmlAttribute* attribute)
 {
     // The namespace is compared exactly even when the context ignores
     // namespaces; the enumeration entry is more lenient.

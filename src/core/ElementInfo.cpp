@@ -1,4 +1,5 @@
 #include <cassert>
+#include <cwctype>
 #include <vxxml/ElementInfo.h>
 #include <vxxml/Exceptions.h>
 #include <vxxml/FormatString.h>
@@ -22,7 +23,7 @@ bool EqualsIgnoringCase(const std::wstring& value, const wchar_t* word)
 {
     size_t i = 0;
     for (; i < value.size() && word[i]; ++i) {
-        if (towlower(value[i]) != word[i]) {
+        if (static_cast<wchar_t>(towlower(value[i])) != word[i]) {
             return false;
         }
     }
@@ -245,8 +246,7 @@ bool CElementInfo::ElementToXmlCol(const CSerializationContext& context,
 }
 
 bool CElementInfo::ElementToXmlCheckedCol(const CSerializationContext& context,
-                                          const CXmlGeneratedClass* owner,
-                                          CXmlWriter* writer) const
+                                          const CXmlGeneratedClass* owner, CXmlWriter* writer) const
 {
     if (!context.GetIgnoreInvalidCollectionCounts()) {
         CollectionOf(GetChildObject(owner))->ValidateCount(context);

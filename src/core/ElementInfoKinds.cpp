@@ -154,8 +154,7 @@ CElementInfoAbsCls::CElementInfoAbsCls(Compositor compositor, Cardinality cardin
                                        const wchar_t* name, const wchar_t* namespaceUri,
                                        int propertyIndex, XmlElementType childType,
                                        AbstractFactoryFn factory)
-    : CElementInfo(name, namespaceUri, propertyIndex), m_childType(childType),
-      m_pfnFactory(factory)
+    : CElementInfo(name, namespaceUri, propertyIndex), m_childType(childType), m_pfnFactory(factory)
 {
     SetPlacement(compositor, cardinality);
 }
@@ -235,10 +234,9 @@ bool CElementInfoUntpd::TryRead(const CSerializationContext& context, CXmlGenera
         return false;
     }
     CXmlElement* element = *cursor;
-    CSmartPtr<CElement> child(new CElement(element->GetLocalName().c_str(),
-                                           element->GetNamespaceURI().c_str(),
-                                           m_strNamespaceConstraint.c_str(),
-                                           m_strTargetNamespace.c_str()));
+    CSmartPtr<CElement> child(
+        new CElement(element->GetLocalName().c_str(), element->GetNamespaceURI().c_str(),
+                     m_strNamespaceConstraint.c_str(), m_strTargetNamespace.c_str()));
     return ReadChild(context, owner, parent, cursor, child, XmlElementType_Element, true);
 }
 
@@ -255,9 +253,8 @@ bool CElementInfoUntpd::WriteValue(const CSerializationContext& context,
     if (!child) {
         return false;
     }
-    const std::wstring ns =
-        GetAnyDefaultNamespace(m_strNamespaceConstraint.c_str(), m_strNamespaceUri.c_str(),
-                               m_strTargetNamespace.c_str());
+    const std::wstring ns = GetAnyDefaultNamespace(
+        m_strNamespaceConstraint.c_str(), m_strNamespaceUri.c_str(), m_strTargetNamespace.c_str());
     child->ToXml_Int(writer, false, ns.c_str(), context, flag);
     return true;
 }

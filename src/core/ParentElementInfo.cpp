@@ -5,8 +5,7 @@ namespace VxXmlLib16Data {
 CParentElementInfo::CParentElementInfo(XmlElementGroupType groupType, XmlElementType elementType,
                                        const wchar_t* elementName, const wchar_t* namespaceUri,
                                        bool hasBaseClasses, bool outputPrimitiveClassAsText,
-                                       int primitiveValuePropertyIndex,
-                                       ItemType primitiveDataType,
+                                       int primitiveValuePropertyIndex, ItemType primitiveDataType,
                                        const wchar_t* primitiveFormatOverride,
                                        bool failIfAttributeUnknown)
     : m_groupType(groupType), m_elementType(elementType),

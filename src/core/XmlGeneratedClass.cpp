@@ -60,8 +60,7 @@ int CXmlGeneratedClass::GetClassElementInfoCount() const
     return count;
 }
 
-void CXmlGeneratedClass::CleanMetaData(CParentElementInfo*& classInfo,
-                                       CElementInfo**& elementInfo,
+void CXmlGeneratedClass::CleanMetaData(CParentElementInfo*& classInfo, CElementInfo**& elementInfo,
                                        CAttributeInfo**& attributeInfo)
 {
     delete classInfo;
@@ -191,8 +190,7 @@ void CXmlGeneratedClass::ProcessAttributesToXml(const CSerializationContext& con
 }
 
 void CXmlGeneratedClass::ProcessElementSeqToXml(const CSerializationContext& context,
-                                                CElementInfo** elements,
-                                                CXmlWriter* writer) const
+                                                CElementInfo** elements, CXmlWriter* writer) const
 {
     for (CElementInfo** entry = elements; entry && *entry; ++entry) {
         (*entry)->ElementToXml(context, this, writer);
@@ -200,8 +198,7 @@ void CXmlGeneratedClass::ProcessElementSeqToXml(const CSerializationContext& con
 }
 
 void CXmlGeneratedClass::ProcessElementAllToXml(const CSerializationContext& context,
-                                                CElementInfo** elements,
-                                                CXmlWriter* writer) const
+                                                CElementInfo** elements, CXmlWriter* writer) const
 {
     ProcessElementSeqToXml(context, elements, writer);
 }
@@ -215,8 +212,7 @@ void CXmlGeneratedClass::ProcessElementChoiceToXml(const CSerializationContext& 
             return;
         }
     }
-    if (!context.GetIgnoreMissingChoice() && !DoesElementContainOptionalElements() &&
-        !isOptional) {
+    if (!context.GetIgnoreMissingChoice() && !DoesElementContainOptionalElements() && !isOptional) {
         throw CVxValidationException(L"This element is a choice, and as such must have at one "
                                      L"(and only one) valid item, currently there are none set",
                                      L"");
@@ -419,8 +415,8 @@ CXmlElement* CXmlGeneratedClass::ProcessElementAllFromXml(const CSerializationCo
                 continue;
             }
             CXmlElement* before = child;
-            const bool read = entries[i]->ElementFromXml(context, this, element, &child,
-                                                         ns.c_str(), type);
+            const bool read =
+                entries[i]->ElementFromXml(context, this, element, &child, ns.c_str(), type);
             if (read || child != before) {
                 found[i] = 1;
                 taken = true;

@@ -14,8 +14,8 @@
 namespace VxXmlLib16 {
 namespace {
 
-void WriteDocument(const CXmlObjectBase& object, CTextStream& stream, bool header,
-                   bool prettyPrint, EOLType eol, const CSerializationContext& context)
+void WriteDocument(const CXmlObjectBase& object, CTextStream& stream, bool header, bool prettyPrint,
+                   EOLType eol, const CSerializationContext& context)
 {
     CXmlTextWriter writer(&stream);
     writer.SetFormatting(prettyPrint);

@@ -46,9 +46,9 @@ int Convert(const vxxml_tool::ConvertOptions& options)
     document->FromXmlFile(Widen(options.input).c_str(), context);
 
     if (options.output == "-") {
-        const CBinaryData bytes = document->ToXmlStream(
-            options.header, options.pretty, options.encoding, options.eol, context,
-            options.compression);
+        const CBinaryData bytes =
+            document->ToXmlStream(options.header, options.pretty, options.encoding, options.eol,
+                                  context, options.compression);
         if (std::fwrite(bytes.GetData(), 1, bytes.GetLength(), stdout) != bytes.GetLength()) {
             std::fprintf(stderr, "vxxml: failed to write to standard output\n");
             return 1;
@@ -58,9 +58,9 @@ int Convert(const vxxml_tool::ConvertOptions& options)
     if (options.compression == Compression_ZLib) {
         // Files take gzip; zlib framing exists for in-memory streams only, so
         // write the stream ourselves.
-        const CBinaryData bytes = document->ToXmlStream(
-            options.header, options.pretty, options.encoding, options.eol, context,
-            options.compression);
+        const CBinaryData bytes =
+            document->ToXmlStream(options.header, options.pretty, options.encoding, options.eol,
+                                  context, options.compression);
         CFileBinaryStream file(Widen(options.output).c_str(), XmlEncoding_UTF8, bytes);
         file.WriteToFile();
         return 0;
@@ -80,8 +80,7 @@ int main(int argc, char** argv)
         return args.empty() ? 2 : 0;
     }
     if (args[0] != "convert") {
-        std::fprintf(stderr, "vxxml: unknown command %s\n%s", args[0].c_str(),
-                     vxxml_tool::Usage());
+        std::fprintf(stderr, "vxxml: unknown command %s\n%s", args[0].c_str(), vxxml_tool::Usage());
         return 2;
     }
     try {

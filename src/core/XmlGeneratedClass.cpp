@@ -299,11 +299,11 @@ void CXmlGeneratedClass::ReadSimpleContent(const CParentElementInfo& info,
     }
     VxVariant value;
     if (info.GetOutputPrimitiveClassAsTextProperty()) {
-        value.SetString(element.GetText());
+        value.SetString(element.CopyText());
     } else {
         const ItemType type = info.GetPrimitiveDataType();
         // Every kind but text has collapsed whitespace in XML Schema.
-        value.FromString(element.GetText(), type,
+        value.FromString(element.CopyText(), type,
                          type == ItemType_string ? CWhitespaceUtils::WhitespaceRule_Preserve
                                                  : CWhitespaceUtils::WhitespaceRule_Collapse);
     }
@@ -332,8 +332,7 @@ void CXmlGeneratedClass::ProcessAttributesFromXml(const CSerializationContext& c
         bool taken = false;
         for (int pass = 0; pass < 2 && !taken; ++pass) {
             for (int i = 0; i < count && !taken; ++i) {
-                const bool wildcard = dynamic_cast<CAttributeInfoAny*>(entries[i]) != nullptr;
-                if (wildcard != (pass == 1)) {
+                if (entries[i]->IsWildcard() != (pass == 1)) {
                     continue;
                 }
                 if (entries[i]->AttributeFromXml(context, this, attribute)) {

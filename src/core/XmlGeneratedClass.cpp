@@ -1,3 +1,5 @@
+#include "core/NestingGuard.h"
+
 #include <vector>
 #include <vxxml/Attribute.h>
 #include <vxxml/AttributeInfo.h>
@@ -93,6 +95,7 @@ void CXmlGeneratedClass::AttributesToXml_Int(CXmlWriter* writer,
 void CXmlGeneratedClass::ToXml_Int(CXmlWriter* writer, bool isRoot, const wchar_t* namespaceUri,
                                    const CSerializationContext& context, bool isOptional) const
 {
+    const detail::NestingGuard nesting;
     try {
         const CParentElementInfo* info = GetClassInfo();
         // A class merged into its parent writes only its content, inside the
@@ -248,6 +251,7 @@ CXmlElement* CXmlGeneratedClass::FromXml_Int(CXmlElement* element, CXmlElement* 
                                              const CSerializationContext& context, bool isOptional)
 {
     try {
+        const detail::NestingGuard nesting;
         Init();
         const CParentElementInfo* info = GetClassInfo();
         const XmlElementType type = info->GetElementType();

@@ -345,7 +345,7 @@ void CXmlGeneratedClass::ProcessAttributesFromXml(const CSerializationContext& c
                 }
             }
         }
-        if (!taken && (failIfUnknown || !context.GetIgnoreUnknownAttributes())) {
+        if (!taken && failIfUnknown && !context.GetIgnoreUnknownAttributes()) {
             throw CVxValidationException(L"Unexpected Attribute found.", attribute->GetXPath());
         }
     }

@@ -62,12 +62,16 @@ public:
     ~CElement() override;
 
     CXmlObjectBase* GetBase() override { return this; }
-    std::wstring GetTargetNamespace() const override { return m_strTargetNamespace; }
+    // An untyped element belongs to no schema type, so the namespace it is
+    // written in as a document is its own (the target namespace of its
+    // restriction is GetTargetNamespaceOfRestriction).
+    std::wstring GetTargetNamespace() const override { return m_strNamespace; }
     std::wstring GetNamespace() const override { return m_strNamespace; }
 
     const std::wstring& GetName() const { return GetElementName(); }
     const std::wstring& GetText() const { return m_strText; }
     const std::wstring& GetNamespaceRestriction() const { return m_strRestriction; }
+    const std::wstring& GetTargetNamespaceOfRestriction() const { return m_strTargetNamespace; }
     // A null name throws "Element Name must have a value".
     void SetName(const wchar_t* name);
     // A namespace the restriction forbids throws CVxInvalidNamespaceException
@@ -82,11 +86,16 @@ public:
     CSmartPtr<CAttributeCol> GetAttributes() const { return m_pAttributes; }
     CSmartPtr<CElementCol> GetChildElements() const { return m_pChildElements; }
 
-    // Replaces the whole content (name, namespace, text, attributes and
-    // children) with the parsed document's root element. A root in a
-    // namespace the restriction forbids throws CVxInvalidNamespaceException.
-    void FromXml(const wchar_t* xml,
-                 const CSerializationContext& context = CSerializationContext::GetDefaultContext());
+    // Reading through the entry points (FromXml, FromXmlFile, FromXmlStream,
+    // FromXmlElement) replaces the whole content (name, namespace, text,
+    // attributes and children) with the document element's. A document
+    // element in a namespace the restriction forbids throws
+    // CVxInvalidNamespaceException: unlike a wildcard's reader, the entry
+    // point has no caller to hand the element back to.
+    void FromXmlElement(
+        CXmlElement* element,
+        const CSerializationContext& context = CSerializationContext::GetDefaultContext()) override;
+    using CXmlObjectBase::FromXmlElement;
     // The same from an element of a light document tree.
     void CopyXmlElement(CXmlElement* element);
     CSmartPtr<CElement> Clone() const;
@@ -103,7 +112,8 @@ public:
     void ToXml_Int(CXmlWriter* writer, bool isRoot, const wchar_t* namespaceUri,
                    const CSerializationContext& context, bool isOptional) const override;
     // Reads element: when its namespace is not allowed here nothing is read
-    // and element itself is returned (the cursor did not move). Otherwise the
+    // and element itself is returned (the cursor did not move), except for
+    // a document element, which throws (see FromXmlElement). Otherwise the
     // content is replaced by the element's, the children being read from
     // firstChild on, and the next sibling is returned. A child element the
     // child collection does not take throws CVxValidationException "Invalid

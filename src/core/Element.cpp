@@ -2,7 +2,6 @@
 #include <vxxml/Exceptions.h>
 #include <vxxml/FormatString.h>
 #include <vxxml/WhitespaceUtils.h>
-#include <vxxml/XmlDocument.h>
 #include <vxxml/XmlElement.h>
 #include <vxxml/XmlWriter.h>
 
@@ -150,14 +149,13 @@ void CElement::SetNamespaceRestrictions(const wchar_t* restriction, const wchar_
     m_strTargetNamespace = targetNamespace;
 }
 
-void CElement::FromXml(const wchar_t* xml, const CSerializationContext& context)
+void CElement::FromXmlElement(CXmlElement* element, const CSerializationContext& context)
 {
-    CXmlDocument document(context);
-    document.LoadXml(xml);
-    CXmlElement* root = document.GetDocumentElement();
-    TestNamespace(root->GetNamespaceURI().c_str(), m_strRestriction.c_str(),
-                  m_strTargetNamespace.c_str());
-    FromXml_Int(root, root->GetFirstElement(), context, false);
+    if (element) {
+        TestNamespace(element->GetNamespaceURI().c_str(), m_strRestriction.c_str(),
+                      m_strTargetNamespace.c_str());
+    }
+    CXmlObjectBase::FromXmlElement(element, context);
 }
 
 void CElement::CopyXmlElement(CXmlElement* element)
@@ -216,6 +214,10 @@ CXmlElement* CElement::FromXml_Int(CXmlElement* element, CXmlElement* firstChild
 {
     if (!IsNamespaceValid(element->GetNamespaceURI().c_str(), m_strRestriction.c_str(),
                           m_strTargetNamespace.c_str())) {
+        if (element->GetParentElm() == nullptr) {
+            TestNamespace(element->GetNamespaceURI().c_str(), m_strRestriction.c_str(),
+                          m_strTargetNamespace.c_str());
+        }
         return element;
     }
     // Read into new collections and take them only when everything was read,

@@ -96,6 +96,11 @@ TEST(UntypedContent, NamespaceOnWriting)
     element->SetNamespace(L"urn:own");
     EXPECT_EQ(write(*element, L"urn:arg"), L"<AA:e xmlns:AA=\"urn:own\" a=\"1\">t<kid/></AA:e>");
 
+    // Through the entry point it is written as it is held: unqualified, even
+    // under a restriction that has a target namespace.
+    CSmartPtr<CElement> other(new CElement(L"b", L"", L"##other", L"urn:t"));
+    EXPECT_EQ(other->ToXml(false, false), L"<b/>");
+
     // As the root it carries the context's declarations and extra attributes.
     ctx.GetNamespaceAliases().Add(L"p", L"urn:p");
     const CSerializationContext& constCtx = ctx;
@@ -209,6 +214,10 @@ TEST(UntypedContent, ConstructionAndSettersCheckTheirArguments)
     EXPECT_THROW_MSG(e->FromXml(L"<q xmlns='urn:t'/>"), CVxInvalidNamespaceException,
                      L"The namespace urn:t in the class e is invalid against restriction urn:a "
                      L"urn:b");
+    CXmlDocument doc;
+    doc.LoadXml(L"<r><q xmlns='urn:t'/></r>");
+    EXPECT_THROW(e->FromXmlElement(doc.GetDocumentElement()->GetFirstElement()),
+                 CVxInvalidNamespaceException);
     EXPECT_EQ(e->GetName(), L"e");
 
     // An element made under a parent tells it of its changes.

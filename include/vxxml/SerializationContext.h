@@ -68,6 +68,12 @@ public:
     // calls return the same collection, and copies of the context made after
     // that share it. Include <vxxml/Attribute.h> to use it.
     CSmartPtr<CAttributeCol> GetAdditionalRootAttributes() const;
+    // The collection when it has been asked for, else null; writing uses
+    // this so that it never creates one.
+    const CAttributeCol* FindAdditionalRootAttributes() const
+    {
+        return m_pAdditionalRootAttributes.Get();
+    }
 
     // Written as the first content of the root when not empty. Default empty;
     // null sets it empty.

@@ -199,7 +199,9 @@ void CElement::ToXml_Int(CXmlWriter* writer, bool isRoot, const wchar_t* namespa
     }
     writer->StartElement(GetElementName().c_str(), ns);
     if (isRoot) {
-        context.GetAdditionalRootAttributes()->AttributesToXml_Int(writer, context);
+        if (const CAttributeCol* extra = context.FindAdditionalRootAttributes()) {
+            extra->AttributesToXml_Int(writer, context);
+        }
     }
     m_pAttributes->AttributesToXml_Int(writer, context);
     if (!m_strText.empty() && (m_pChildElements->GetCount() == 0 || !IsAllWhitespace(m_strText))) {

@@ -115,7 +115,9 @@ void CXmlGeneratedClass::ToXml_Int(CXmlWriter* writer, bool isRoot, const wchar_
             }
             writer->StartElement(GetElementName().c_str(), namespaceUri ? namespaceUri : L"");
             if (isRoot) {
-                context.GetAdditionalRootAttributes()->AttributesToXml_Int(writer, context);
+                if (const CAttributeCol* extra = context.FindAdditionalRootAttributes()) {
+                    extra->AttributesToXml_Int(writer, context);
+                }
             }
             if (context.GetWriteTypeAttribute() && info->GetHasBaseClasses() &&
                 info->GetElementName() != GetElementName()) {

@@ -476,10 +476,12 @@ const wchar_t* CWild::ConstraintOf(Kind kind)
 
 CWild::CWild(const wchar_t* elementName, Kind kind) : CTestObject(elementName, 1), m_kind(kind)
 {
-    if (kind == Any) {
-        Own(0, new CElementCol(L"", ConstraintOf(kind), kNs, 0, -1));
-    } else if (kind == List) {
-        Own(0, new CElementCol(L"", ConstraintOf(kind), kNs, 1, 3));
+    if (kind == Any || kind == List) {
+        CSmartPtr<CElementCol> items(new CElementCol(L"", ConstraintOf(kind), kNs,
+                                                     kind == Any ? 0 : 1, kind == Any ? -1 : 3));
+        // The name that messages about the collection give it.
+        items->SetElementName(L"AnyElement");
+        Own(0, items);
     }
 }
 

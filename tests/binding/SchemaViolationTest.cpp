@@ -518,6 +518,28 @@ TEST(BindingSchemaViolation, WritingRefusesWhatTheSchemaForbids)
     }
 }
 
+// The classes of the exceptions that reach the caller: a fault that has a
+// path arrives as it was thrown, copied as the base class; one without a
+// path is wrapped once, by the element it happened in.
+TEST(BindingSchemaViolation, ExceptionClasses)
+{
+    CSmartPtr<CRoot> root(new CRoot);
+    EXPECT_THROW_MSG(root->FromXml(Edit(L"<name>abc</name>", L"").c_str()), CVxException,
+                     L"Failed to find the required child element [name].\nPath: /root");
+    EXPECT_THROW_MSG(root->FromXml(Edit(L" id=\"1\"", L"").c_str()), CVxValidationException,
+                     L"Failed to process the element.\nPath: /root");
+
+    root->FromXml(kBase.c_str());
+    root->SetObject(CRoot::Address, nullptr);
+    try {
+        root->ToXml();
+        ADD_FAILURE() << "wrote a tree without its mandatory member";
+    } catch (const CVxValidationException& e) {
+        EXPECT_EQ(typeid(e), typeid(CVxValidationException));
+        EXPECT_EQ(typeid(*e.GetInnerException()), typeid(CVxInvalidParamException));
+    }
+}
+
 TEST(BindingSchemaViolation, OnlyOneMemberOfAChoiceCanBeSet)
 {
     CSmartPtr<CPick> pick(new CPick);

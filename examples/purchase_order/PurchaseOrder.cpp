@@ -286,7 +286,7 @@ void CItem::Init()
     m_productName.clear();
     m_quantity = 0;
     m_price = CDecimal();
-    m_delivery = new CItemDelivery;
+    m_delivery->Init(); // the mandatory child is kept and reset, not remade
     m_comment.reset();
 }
 
@@ -376,7 +376,7 @@ void CPurchaseOrder::Init()
 {
     m_orderDate = CDateTime();
     m_status.reset();
-    m_shipTo = new CAddress;
+    m_shipTo->Init();
     m_comment.reset();
     m_items->Clear();
 }

@@ -39,6 +39,8 @@ public:
     int GetPropertyIndex() const { return m_iPropertyIndex; }
     bool IsOptional() const { return m_bOptional; }
     const std::wstring& GetDefaultValue() const { return m_strDefaultValue; }
+    // An xs:anyAttribute entry: offered only what no named entry took.
+    bool IsWildcard() const { return m_bWildcard; }
 
     // Local name equal (exact); namespace equal too unless the context reads
     // namespace-blind. False for null.
@@ -78,6 +80,7 @@ protected:
     int m_iPropertyIndex;
     bool m_bOptional;
     std::wstring m_strDefaultValue;
+    bool m_bWildcard = false;
 };
 
 // A primitive attribute with facets. Reading matches the namespace exactly

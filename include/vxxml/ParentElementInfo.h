@@ -18,7 +18,8 @@ public:
     // the property that holds its value (index -1: none), the value's kind
     // and an optional format; outputAsText keeps that value as a string
     // whatever its kind. failIfAttributeUnknown makes reading refuse
-    // attributes no metadata takes.
+    // attributes no metadata takes (unless the context ignores unknown
+    // attributes); without it they are skipped.
     CParentElementInfo(XmlElementGroupType groupType, XmlElementType elementType,
                        const wchar_t* elementName, const wchar_t* namespaceUri, bool hasBaseClasses,
                        bool outputPrimitiveClassAsText, int primitiveValuePropertyIndex,

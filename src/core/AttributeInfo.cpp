@@ -151,7 +151,7 @@ bool CAttributeInfoPrimitive::AttributeFromXml(const CSerializationContext&,
         return false;
     }
     VxVariant value;
-    value.FromString(attribute->GetValue(), m_itemType, m_whitespaceRule);
+    value.FromString(attribute->CopyValue(), m_itemType, m_whitespaceRule);
     InvokePropertySet(owner, value, *attribute);
     return true;
 }
@@ -195,7 +195,7 @@ bool CAttributeInfoEnum::AttributeFromXml(const CSerializationContext& context,
         return false;
     }
     VxVariant value;
-    value.SetI4(m_pfnTextToEnum(attribute->GetValue().c_str()));
+    value.SetI4(m_pfnTextToEnum(attribute->CopyValue().c_str()));
     InvokePropertySet(owner, value, *attribute);
     return true;
 }
@@ -217,6 +217,7 @@ CAttributeInfoAny::CAttributeInfoAny(const wchar_t* name, const wchar_t* namespa
       m_strTargetNamespace(OrEmpty(declaringNamespace).empty() ? OrEmpty(targetNamespace)
                                                                : OrEmpty(declaringNamespace))
 {
+    m_bWildcard = true;
 }
 
 namespace {

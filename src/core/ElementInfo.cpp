@@ -443,7 +443,7 @@ bool CElementInfo::ReadNilAndText(const CSerializationContext& context, const CX
     if (nil) {
         return false;
     }
-    text = element.GetText();
+    text = element.CopyText();
     if (text.empty() && !m_strDefaultValue.empty()) {
         text = m_strDefaultValue;
     }

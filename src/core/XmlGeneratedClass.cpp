@@ -1,3 +1,5 @@
+#include "core/NestingGuard.h"
+
 #include <vector>
 #include <vxxml/Attribute.h>
 #include <vxxml/AttributeInfo.h>
@@ -93,6 +95,7 @@ void CXmlGeneratedClass::AttributesToXml_Int(CXmlWriter* writer,
 void CXmlGeneratedClass::ToXml_Int(CXmlWriter* writer, bool isRoot, const wchar_t* namespaceUri,
                                    const CSerializationContext& context, bool isOptional) const
 {
+    const detail::NestingGuard nesting;
     try {
         const CParentElementInfo* info = GetClassInfo();
         // A class merged into its parent writes only its content, inside the
@@ -248,6 +251,7 @@ CXmlElement* CXmlGeneratedClass::FromXml_Int(CXmlElement* element, CXmlElement* 
                                              const CSerializationContext& context, bool isOptional)
 {
     try {
+        const detail::NestingGuard nesting;
         Init();
         const CParentElementInfo* info = GetClassInfo();
         const XmlElementType type = info->GetElementType();
@@ -299,11 +303,11 @@ void CXmlGeneratedClass::ReadSimpleContent(const CParentElementInfo& info,
     }
     VxVariant value;
     if (info.GetOutputPrimitiveClassAsTextProperty()) {
-        value.SetString(element.GetText());
+        value.SetString(element.CopyText());
     } else {
         const ItemType type = info.GetPrimitiveDataType();
         // Every kind but text has collapsed whitespace in XML Schema.
-        value.FromString(element.GetText(), type,
+        value.FromString(element.CopyText(), type,
                          type == ItemType_string ? CWhitespaceUtils::WhitespaceRule_Preserve
                                                  : CWhitespaceUtils::WhitespaceRule_Collapse);
     }
@@ -332,8 +336,7 @@ void CXmlGeneratedClass::ProcessAttributesFromXml(const CSerializationContext& c
         bool taken = false;
         for (int pass = 0; pass < 2 && !taken; ++pass) {
             for (int i = 0; i < count && !taken; ++i) {
-                const bool wildcard = dynamic_cast<CAttributeInfoAny*>(entries[i]) != nullptr;
-                if (wildcard != (pass == 1)) {
+                if (entries[i]->IsWildcard() != (pass == 1)) {
                     continue;
                 }
                 if (entries[i]->AttributeFromXml(context, this, attribute)) {
@@ -342,7 +345,7 @@ void CXmlGeneratedClass::ProcessAttributesFromXml(const CSerializationContext& c
                 }
             }
         }
-        if (!taken && (failIfUnknown || !context.GetIgnoreUnknownAttributes())) {
+        if (!taken && failIfUnknown && !context.GetIgnoreUnknownAttributes()) {
             throw CVxValidationException(L"Unexpected Attribute found.", attribute->GetXPath());
         }
     }

@@ -39,11 +39,50 @@ void PrintError(const std::wstring& message)
     }
 }
 
+// Declares on the output's root the prefixes the input used (the default
+// namespace included), so that the output reads like the input instead of
+// carrying generated prefixes.
+void KeepPrefixes(const CXmlDocument& document, CSerializationContext& context)
+{
+    std::vector<const CXmlElement*> pending{document.GetDocumentElement()};
+    std::vector<std::wstring> uris;
+    while (!pending.empty()) {
+        const CXmlElement* element = pending.back();
+        pending.pop_back();
+        uris.push_back(element->GetNamespaceURI());
+        for (const CXmlAttribute* attribute : element->GetAttributes()) {
+            uris.push_back(attribute->GetNamespaceURI());
+        }
+        for (const CXmlElement* child = element->GetFirstElement(); child;
+             child = child->GetNextSiblingElement()) {
+            pending.push_back(child);
+        }
+    }
+    CNamespaceAliasMap& aliases = context.GetNamespaceAliases();
+    for (const std::wstring& uri : uris) {
+        if (uri.empty() || aliases.DoesNamespaceExist(uri.c_str())) {
+            continue;
+        }
+        const std::wstring alias = document.LookupAliasFromNamespace(uri.c_str());
+        if (!alias.empty()) {
+            aliases.Add(alias.c_str(), uri.c_str());
+        } else if (context.GetDefaultNamespaceURI().empty() &&
+                   document.LookupNamespaceFromAlias(L"") == uri) {
+            context.SetDefaultNamespaceURI(uri.c_str());
+        }
+    }
+}
+
 int Convert(const vxxml_tool::ConvertOptions& options)
 {
     CSerializationContext context;
     CSmartPtr<CElement> document(new CElement(L"document", L"", L"##any", L""));
-    document->FromXmlFile(Widen(options.input).c_str(), context);
+    {
+        CXmlDocument input(context);
+        input.Load(Widen(options.input).c_str());
+        KeepPrefixes(input, context);
+        document->FromXmlElement(input.GetDocumentElement(), context);
+    }
 
     if (options.output == "-") {
         const CBinaryData bytes =

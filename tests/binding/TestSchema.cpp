@@ -46,8 +46,9 @@ template <class T> T** Table(std::initializer_list<T*> entries)
 CParentElementInfo* ClassInfo(XmlElementGroupType group, XmlElementType type, const wchar_t* name,
                               bool hasBaseClasses = false)
 {
+    // Unknown attributes are refused (unless the context ignores them).
     return new CParentElementInfo(group, type, name, kNs, hasBaseClasses, false, -1,
-                                  ItemType_Invalid, nullptr, false);
+                                  ItemType_Invalid, nullptr, true);
 }
 
 template <class T> CSmartPtr<CXmlObjectBase> Make(int, const wchar_t* name)
@@ -291,7 +292,6 @@ const CXmlGeneratedClass::CClassMetaData& CAddress::MetaData() const
     static std::atomic<CClassMetaData*> slot;
     return GetMetaDataOnce(slot, [] {
         CClassMetaData tables;
-        // Addresses refuse unknown attributes even when the context ignores them.
         tables.pClassInfo =
             new CParentElementInfo(XmlElementGroupType_Sequence, kElement, L"Address", kNs, false,
                                    false, -1, ItemType_Invalid, nullptr, true);
@@ -373,6 +373,7 @@ const CXmlGeneratedClass::CClassMetaData& CPrice::MetaData() const
     static std::atomic<CClassMetaData*> slot;
     return GetMetaDataOnce(slot, [] {
         CClassMetaData tables;
+        // Prices skip attributes they do not know.
         tables.pClassInfo =
             new CParentElementInfo(XmlElementGroupType_Sequence, kElement, L"Price", kNs, false,
                                    false, Amount, ItemType_decimal, nullptr, false);

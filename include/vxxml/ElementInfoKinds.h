@@ -48,6 +48,8 @@ protected:
 class VXXML_API CElementInfoCls : public CElementInfo
 {
 public:
+    bool AcceptsElement(const VxXmlLib16::CSerializationContext& context,
+                        const VxXmlLib16::CXmlElement* element) const override;
     bool Validate(const VxXmlLib16::CSerializationContext& context,
                   const VxXmlLib16::CXmlGeneratedClass* owner, bool found,
                   bool check) const override;

@@ -236,7 +236,13 @@ CXmlElement* CElement::FromXml_Int(CXmlElement* element, CXmlElement* firstChild
     }
     m_pAttributes = attributes;
     m_pChildElements = children;
+    // Whitespace between child elements is layout, which the writer leaves
+    // out again; keeping it would make an indented document read back as
+    // different content.
     m_strText = element->GetText();
+    if (m_pChildElements->GetCount() > 0 && IsAllWhitespace(m_strText)) {
+        m_strText.clear();
+    }
     SetElementName(element->GetLocalName().c_str());
     m_strNamespace = element->GetNamespaceURI();
     return element->GetNextSiblingElement();

@@ -93,6 +93,31 @@ CElementInfoCls::CElementInfoCls(Compositor compositor, Cardinality cardinality,
     SetPlacement(compositor, cardinality);
 }
 
+// A child merged into its parent has no tag of its own: it takes whatever
+// its own members take.
+bool CElementInfoCls::AcceptsElement(const CSerializationContext& context,
+                                     const CXmlElement* element) const
+{
+    if (m_childType == XmlElementType_Element) {
+        return IsThisElement(context, element);
+    }
+    if (element == nullptr || m_pfnFactory == nullptr) {
+        return false;
+    }
+    CSmartPtr<CXmlObjectBase> prototype =
+        m_pfnFactory(m_iFactoryArgument, m_strElementName.c_str());
+    const auto* generated = dynamic_cast<const CXmlGeneratedClass*>(prototype.Get());
+    if (generated == nullptr) {
+        return false;
+    }
+    for (CElementInfo** entry = generated->GetClassElementInfo(); entry && *entry; ++entry) {
+        if ((*entry)->AcceptsElement(context, element)) {
+            return true;
+        }
+    }
+    return false;
+}
+
 bool CElementInfoCls::TryRead(const CSerializationContext& context, CXmlGeneratedClass* owner,
                               CXmlElement* parent, CXmlElement** cursor)
 {

@@ -1,3 +1,5 @@
+#include "core/NestingGuard.h"
+
 #include <vxxml/Element.h>
 #include <vxxml/Exceptions.h>
 #include <vxxml/FormatString.h>
@@ -184,6 +186,7 @@ void CElement::AttributesToXml_Int(CXmlWriter* writer, const CSerializationConte
 void CElement::ToXml_Int(CXmlWriter* writer, bool isRoot, const wchar_t* namespaceUri,
                          const CSerializationContext& context, bool) const
 {
+    const detail::NestingGuard nesting;
     const wchar_t* ns = m_strNamespace.empty() ? OrEmpty(namespaceUri) : m_strNamespace.c_str();
     if (isRoot) {
         // GetAliasFromNamespace is not const (it records unknown namespaces);
@@ -214,6 +217,7 @@ void CElement::ToXml_Int(CXmlWriter* writer, bool isRoot, const wchar_t* namespa
 CXmlElement* CElement::FromXml_Int(CXmlElement* element, CXmlElement* firstChild,
                                    const CSerializationContext& context, bool isOptional)
 {
+    const detail::NestingGuard nesting;
     if (!IsNamespaceValid(element->GetNamespaceURI().c_str(), m_strRestriction.c_str(),
                           m_strTargetNamespace.c_str())) {
         if (element->GetParentElm() == nullptr) {

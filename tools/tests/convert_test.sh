@@ -30,6 +30,14 @@ if "$vxxml" convert broken.xml out.xml 2> err.txt; then fail "malformed input ac
 grep -q "line 1" err.txt || fail "no line in the parse error: $(cat err.txt)"
 if "$vxxml" convert missing.xml out.xml 2> err.txt; then fail "missing file accepted"; fi
 grep -q "missing.xml" err.txt || fail "the error does not name the file"
+# Nesting: up to the library's limit converts, beyond it fails cleanly.
+nest() { for ((i = 0; i < $1; i++)); do printf '<a>'; done; for ((i = 0; i < $1; i++)); do printf '</a>'; done; }
+nest 999 > deep.xml
+"$vxxml" convert deep.xml deep-out.xml || fail "999 nested elements did not convert"
+nest 5000 > deeper.xml
+if "$vxxml" convert deeper.xml out.xml 2> err.txt; then fail "5000 nested elements accepted"; fi
+grep -q "nested more than" err.txt || fail "deep nesting: $(cat err.txt)"
+
 set +e
 "$vxxml" convert --bogus "$sample" out.xml 2> /dev/null
 [ $? -eq 2 ] || fail "unknown option must exit with 2"

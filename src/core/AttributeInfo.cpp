@@ -19,6 +19,12 @@ std::wstring OrEmpty(const wchar_t* s)
     return s ? s : L"";
 }
 
+// A value that does not convert is reported at the attribute that holds it.
+[[noreturn]] void ThrowAtAttribute(const CVxException& e, const CXmlAttribute& attribute)
+{
+    throw CVxValidationException(L"Failed to process the element.", attribute.GetXPath(), e);
+}
+
 } // namespace
 
 CAttributeInfo::CAttributeInfo(const wchar_t* name, const wchar_t* namespaceUri, int propertyIndex,
@@ -151,7 +157,11 @@ bool CAttributeInfoPrimitive::AttributeFromXml(const CSerializationContext&,
         return false;
     }
     VxVariant value;
-    value.FromString(attribute->CopyValue(), m_itemType, m_whitespaceRule);
+    try {
+        value.FromString(attribute->CopyValue(), m_itemType, m_whitespaceRule);
+    } catch (const CVxException& e) {
+        ThrowAtAttribute(e, *attribute);
+    }
     InvokePropertySet(owner, value, *attribute);
     return true;
 }
@@ -195,7 +205,11 @@ bool CAttributeInfoEnum::AttributeFromXml(const CSerializationContext& context,
         return false;
     }
     VxVariant value;
-    value.SetI4(m_pfnTextToEnum(attribute->CopyValue().c_str()));
+    try {
+        value.SetI4(m_pfnTextToEnum(attribute->CopyValue().c_str()));
+    } catch (const CVxException& e) {
+        ThrowAtAttribute(e, *attribute);
+    }
     InvokePropertySet(owner, value, *attribute);
     return true;
 }

@@ -32,6 +32,16 @@ bool EqualsIgnoringCase(const std::wstring& value, const wchar_t* word)
 
 // The collection the member's property holds; a member whose property is not
 // a collection is a fault of the generated code.
+// A value that does not convert is reported where it stands: at the element
+// (or attribute) that holds it, not at the element that owns the member.
+[[noreturn]] void ThrowWithPath(const CVxException& e, const std::wstring& path)
+{
+    if (e.GetPath().empty()) {
+        throw CVxValidationException(L"Failed to process the element.", path, e);
+    }
+    throw CVxException(e);
+}
+
 CSmartPtr<CXmlCollectionBase> CollectionOf(const CSmartPtr<CXmlObjectBase>& object)
 {
     auto* collection = dynamic_cast<CXmlCollectionBase*>(object.Get());
@@ -457,7 +467,11 @@ void CElementInfo::ElementFromXmlPrim(const CSerializationContext& context,
     VxVariant value;
     std::wstring text;
     if (ReadNilAndText(context, element, value, text)) {
-        value.FromString(text, m_primitiveType, m_whitespaceRule);
+        try {
+            value.FromString(text, m_primitiveType, m_whitespaceRule);
+        } catch (const CVxException& e) {
+            ThrowWithPath(e, element.GetXPath());
+        }
         InvokePropertySet(owner, value, element);
     }
     // A nil element leaves the property as Init() set it: the property is
@@ -472,7 +486,11 @@ void CElementInfo::ElementFromXmlEnum(const CSerializationContext& context,
     VxVariant value;
     std::wstring text;
     if (ReadNilAndText(context, element, value, text)) {
-        value.SetI4(m_pfnTextToEnum(text.c_str()));
+        try {
+            value.SetI4(m_pfnTextToEnum(text.c_str()));
+        } catch (const CVxException& e) {
+            ThrowWithPath(e, element.GetXPath());
+        }
         InvokePropertySet(owner, value, element);
     }
     *cursor = element.GetNextSiblingElement();

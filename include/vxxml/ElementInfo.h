@@ -141,6 +141,11 @@ protected:
     bool ElementToXmlCls(const VxXmlLib16::CSerializationContext& context,
                          const VxXmlLib16::CXmlGeneratedClass* owner,
                          VxXmlLib16::CXmlWriter* writer, bool flag) const;
+    // The same for any namespace.
+    bool WriteChildObject(const VxXmlLib16::CSerializationContext& context,
+                          const VxXmlLib16::CXmlGeneratedClass* owner,
+                          VxXmlLib16::CXmlWriter* writer, const wchar_t* namespaceUri,
+                          bool flag) const;
     // An empty collection writes nothing (no wrapper).
     bool ElementToXmlCol(const VxXmlLib16::CSerializationContext& context,
                          const VxXmlLib16::CXmlGeneratedClass* owner,
@@ -265,6 +270,9 @@ private:
     bool ReadNilAndText(const VxXmlLib16::CSerializationContext& context,
                         const VxXmlLib16::CXmlElement& element, VxXmlLib16::VxVariant& value,
                         std::wstring& text) const;
+    void ReadSimple(const VxXmlLib16::CSerializationContext& context,
+                    VxXmlLib16::CXmlGeneratedClass* owner, VxXmlLib16::CXmlElement** cursor,
+                    bool isEnum) const;
     bool WriteSimple(const VxXmlLib16::CSerializationContext& context,
                      const VxXmlLib16::CXmlGeneratedClass* owner, VxXmlLib16::CXmlWriter* writer,
                      EnumToTextFn enumToText) const;

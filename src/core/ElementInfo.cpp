@@ -228,6 +228,13 @@ bool CElementInfo::ElementToXmlCls(const CSerializationContext& context,
                                    const CXmlGeneratedClass* owner, CXmlWriter* writer,
                                    bool flag) const
 {
+    return WriteChildObject(context, owner, writer, m_strNamespaceUri.c_str(), flag);
+}
+
+bool CElementInfo::WriteChildObject(const CSerializationContext& context,
+                                    const CXmlGeneratedClass* owner, CXmlWriter* writer,
+                                    const wchar_t* namespaceUri, bool flag) const
+{
     VxVariant value;
     ReadProperty(owner, value);
     if (value.GetTypeAsEnum() != ItemType_XmlObjectBase) {
@@ -237,7 +244,7 @@ bool CElementInfo::ElementToXmlCls(const CSerializationContext& context,
     if (!child) {
         return false;
     }
-    child->ToXml_Int(writer, false, m_strNamespaceUri.c_str(), context, flag);
+    child->ToXml_Int(writer, false, namespaceUri, context, flag);
     return true;
 }
 
@@ -463,12 +470,28 @@ bool CElementInfo::ReadNilAndText(const CSerializationContext& context, const CX
 void CElementInfo::ElementFromXmlPrim(const CSerializationContext& context,
                                       CXmlGeneratedClass* owner, CXmlElement** cursor) const
 {
+    ReadSimple(context, owner, cursor, false);
+}
+
+void CElementInfo::ElementFromXmlEnum(const CSerializationContext& context,
+                                      CXmlGeneratedClass* owner, CXmlElement** cursor) const
+{
+    ReadSimple(context, owner, cursor, true);
+}
+
+void CElementInfo::ReadSimple(const CSerializationContext& context, CXmlGeneratedClass* owner,
+                              CXmlElement** cursor, bool isEnum) const
+{
     CXmlElement& element = **cursor;
     VxVariant value;
     std::wstring text;
     if (ReadNilAndText(context, element, value, text)) {
         try {
-            value.FromString(text, m_primitiveType, m_whitespaceRule);
+            if (isEnum) {
+                value.SetI4(m_pfnTextToEnum(text.c_str()));
+            } else {
+                value.FromString(text, m_primitiveType, m_whitespaceRule);
+            }
         } catch (const CVxException& e) {
             ThrowWithPath(e, element.GetXPath());
         }
@@ -476,23 +499,6 @@ void CElementInfo::ElementFromXmlPrim(const CSerializationContext& context,
     }
     // A nil element leaves the property as Init() set it: the property is
     // deliberately not assigned.
-    *cursor = element.GetNextSiblingElement();
-}
-
-void CElementInfo::ElementFromXmlEnum(const CSerializationContext& context,
-                                      CXmlGeneratedClass* owner, CXmlElement** cursor) const
-{
-    CXmlElement& element = **cursor;
-    VxVariant value;
-    std::wstring text;
-    if (ReadNilAndText(context, element, value, text)) {
-        try {
-            value.SetI4(m_pfnTextToEnum(text.c_str()));
-        } catch (const CVxException& e) {
-            ThrowWithPath(e, element.GetXPath());
-        }
-        InvokePropertySet(owner, value, element);
-    }
     *cursor = element.GetNextSiblingElement();
 }
 

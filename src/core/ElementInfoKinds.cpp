@@ -269,19 +269,11 @@ bool CElementInfoUntpd::WriteValue(const CSerializationContext& context,
                                    const CXmlGeneratedClass* owner, CXmlWriter* writer,
                                    bool flag) const
 {
-    VxVariant value;
-    ReadProperty(owner, value);
-    if (value.GetTypeAsEnum() != ItemType_XmlObjectBase) {
-        return false;
-    }
-    CSmartPtr<CXmlObjectBase> child = value.GetXmlObject();
-    if (!child) {
-        return false;
-    }
+    // An untyped element without a namespace of its own is written in the
+    // one its wildcard implies.
     const std::wstring ns = GetAnyDefaultNamespace(
         m_strNamespaceConstraint.c_str(), m_strNamespaceUri.c_str(), m_strTargetNamespace.c_str());
-    child->ToXml_Int(writer, false, ns.c_str(), context, flag);
-    return true;
+    return WriteChildObject(context, owner, writer, ns.c_str(), flag);
 }
 
 // ---------------------------------------------------------------------------

@@ -18,12 +18,19 @@ public:
     // - MsgType_CollectionRemove / MsgType_CollectionRemoveComplete: a pointer
     //   to the int index of the item, before and after it is removed. The
     //   pointer is valid only during the call.
+    // - MsgType_NameChange / MsgType_NamespaceChange / MsgType_TextChange: an
+    //   untyped element or attribute changed its name, namespace or text; the
+    //   data is a pointer to the new value (a const std::wstring), valid only
+    //   during the call.
     enum MsgType {
         MsgType_CollectionChange = 0,
         MsgType_CollectionAdd = 1,
         MsgType_CollectionAddComplete = 2,
         MsgType_CollectionRemove = 3,
         MsgType_CollectionRemoveComplete = 4,
+        MsgType_NameChange = 5,
+        MsgType_NamespaceChange = 6,
+        MsgType_TextChange = 7,
     };
 
     virtual ~IEventSink() = default;

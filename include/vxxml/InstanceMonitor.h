@@ -31,8 +31,9 @@ public:
     // created", then one line per class name in order of first appearance;
     // names with live instances are marked with an arrow.
     static std::wstring DumpState();
-    // Forgets every class entry. Meant for process end: objects still alive
-    // must not be destroyed afterwards.
+    // Forgets every class entry (the report is empty afterwards). Meant for
+    // process end; the entries of classes with live objects are kept out of
+    // the list rather than freed, so destroying those objects later is safe.
     static void Cleanup();
 
 private:

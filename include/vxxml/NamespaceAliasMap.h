@@ -42,6 +42,9 @@ public:
     // The namespace URI at position index in URI order. An index outside
     // 0..count-1 throws CVxInvalidParamException "Index out of range".
     std::wstring GetNamespaceAt(int index) const;
+    // Every entry, namespace URI to alias, in URI order: what writing
+    // declares on the root.
+    const std::map<std::wstring, std::wstring>& GetEntries() const { return m_map; }
 
 private:
     std::map<std::wstring, std::wstring> m_map; // namespace URI -> alias

@@ -13,8 +13,8 @@ public:
     // True when the object is nil: it is written as an empty element carrying
     // xsi:nil="true".
     virtual bool IsNil() const = 0;
-    // Makes the object nil or not. Implemented and called by generated code
-    // only; the library never calls it.
+    // Makes the object nil or not. Reading calls it when the element carries
+    // xsi:nil, so that a nil element reads back as nil.
     virtual void SetNil(bool nil) = 0;
 };
 

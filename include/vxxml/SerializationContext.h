@@ -6,8 +6,11 @@
 #include <vector>
 #include <vxxml/Export.h>
 #include <vxxml/NamespaceAliasMap.h>
+#include <vxxml/SmartPtr.h>
 
 namespace VxXmlLib16 {
+
+class CAttributeCol;
 
 // The kind of schema the generated classes came from. Only two values change
 // the library's behaviour: SchemaType_XSD (the default) and SchemaType_DTD,
@@ -57,6 +60,19 @@ public:
     const std::vector<std::wstring>& GetProcessingInstructions() const
     {
         return m_processingInstructions;
+    }
+
+    // Extra attributes written on the root element, in order. The collection
+    // (namespace restriction "##any") is created empty on the first call,
+    // also on a const context, since writing only has a const one; later
+    // calls return the same collection, and copies of the context made after
+    // that share it. Include <vxxml/Attribute.h> to use it.
+    CSmartPtr<CAttributeCol> GetAdditionalRootAttributes() const;
+    // The collection when it has been asked for, else null; writing uses
+    // this so that it never creates one.
+    const CAttributeCol* FindAdditionalRootAttributes() const
+    {
+        return m_pAdditionalRootAttributes.Get();
     }
 
     // Written as the first content of the root when not empty. Default empty;
@@ -127,6 +143,7 @@ private:
     std::wstring m_strDefaultNamespaceURI;
     bool m_bWriteTypeAttribute = true;
     CNamespaceAliasMap m_namespaceAliases;
+    mutable CSmartPtr<CAttributeCol> m_pAdditionalRootAttributes;
     std::vector<std::wstring> m_processingInstructions;
     std::wstring m_strInLineSchema;
     bool m_bIgnoreInvalidCollectionCounts = false;

@@ -30,6 +30,8 @@ public:
 
     const std::wstring& GetLocalName() const;
     const std::wstring& GetValue() const;
+    // The same value as a new string, without keeping a wide copy.
+    std::wstring CopyValue() const;
     // Empty for an unqualified attribute.
     const std::wstring& GetNamespaceURI() const;
     // The owning element's path, "/", then the attribute name. A namespaced

@@ -34,6 +34,9 @@ public:
     // Empty for an element in no namespace.
     const std::wstring& GetNamespaceURI() const;
     const std::wstring& GetText() const;
+    // The same text as a new string, without keeping a wide copy in the
+    // element: for readers that consume each text once.
+    std::wstring CopyText() const;
     const std::vector<CXmlAttribute*>& GetAttributes() const { return m_attributes; }
     // The value of the first attribute whose local name and namespace URI
     // both match exactly, or a reference to a shared empty string.

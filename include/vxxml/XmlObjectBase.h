@@ -8,6 +8,7 @@
 #include <vxxml/EventSink.h>
 #include <vxxml/Export.h>
 #include <vxxml/SerializationContext.h>
+#include <vxxml/XmlEncoding.h>
 
 namespace VxXmlLib16Data {
 class CPrimitiveRestrictions;
@@ -17,6 +18,7 @@ namespace VxXmlLib16 {
 
 class CXmlWriter;
 class CXmlElement;
+class CElement;
 class CBigInteger;
 class CBinaryData;
 class CDateTime;
@@ -47,6 +49,59 @@ public:
     // The object that stands for this one in the tree; collections return
     // themselves.
     virtual CXmlObjectBase* GetBase() = 0;
+
+    // Writing the object as an XML document. header adds the XML declaration
+    // (naming UTF-8 or UTF-16 after the encoding; none for the encodings 0
+    // and 3), prettyPrint indents with the context's IndentChars, eol picks
+    // CR LF or LF. Invalid values throw CVxException ("Invalid EOL type.").
+    //
+    // As text: the declaration, if any, names no encoding.
+    virtual std::wstring
+    ToXml(bool header = true, bool prettyPrint = true, EOLType eol = EOL_LF,
+          const CSerializationContext& context = CSerializationContext::GetDefaultContext()) const;
+    // To a file, written as it is produced (memory stays flat). gzip output
+    // is made in memory and then written; zlib is refused with "ZLIB
+    // Compression only available for To Stream methods.".
+    virtual void
+    ToXmlFile(const wchar_t* fileName, bool header = true, bool prettyPrint = true,
+              XmlEncoding encoding = XmlEncoding_UTF8, EOLType eol = EOL_LF,
+              const CSerializationContext& context = CSerializationContext::GetDefaultContext(),
+              CompressionType compression = Compression_None) const;
+    // To bytes in the encoding, optionally gzip or zlib compressed.
+    virtual CBinaryData
+    ToXmlStream(bool header = true, bool prettyPrint = false,
+                XmlEncoding encoding = XmlEncoding_UTF8, EOLType eol = EOL_LF,
+                const CSerializationContext& context = CSerializationContext::GetDefaultContext(),
+                CompressionType compression = Compression_None) const;
+
+    // Reading the object from an XML document: the document element is read
+    // into this object, which takes over its name. Files and bytes may be
+    // gzip or zlib compressed (detected by themselves); bytes and files in
+    // UTF-8 or UTF-16 are recognised by byte-order mark or declaration.
+    // Failures throw CVxException (or a subclass) with the path of the
+    // element at fault.
+    virtual void
+    FromXmlFile(const wchar_t* fileName,
+                const CSerializationContext& context = CSerializationContext::GetDefaultContext());
+    virtual void
+    FromXml(const wchar_t* xml,
+            const CSerializationContext& context = CSerializationContext::GetDefaultContext());
+    // Bytes up to the terminating NUL.
+    virtual void
+    FromXml(const char* xml,
+            const CSerializationContext& context = CSerializationContext::GetDefaultContext());
+    virtual void FromXmlStream(
+        const CBinaryData& data,
+        const CSerializationContext& context = CSerializationContext::GetDefaultContext());
+    virtual void FromXmlStream(
+        const unsigned char* data, uint32_t length,
+        const CSerializationContext& context = CSerializationContext::GetDefaultContext());
+    // From untyped content or from an element of a document already read.
+    virtual void FromXmlElement(CElement* element, const CSerializationContext& context =
+                                                       CSerializationContext::GetDefaultContext());
+    virtual void FromXmlElement(
+        CXmlElement* element,
+        const CSerializationContext& context = CSerializationContext::GetDefaultContext());
 
     ~CXmlObjectBase() override;
 

@@ -1,16 +1,24 @@
 // The one header an application includes to use vxxml.
 #pragma once
 
+#include <vxxml/Attribute.h>
+#include <vxxml/AttributeInfo.h>
 #include <vxxml/Base64.h>
 #include <vxxml/BigInteger.h>
-#include <vxxml/ClassFactoryBase.h>
 #include <vxxml/BinaryData.h>
 #include <vxxml/BinaryStream.h>
+#include <vxxml/ClassFactoryBase.h>
 #include <vxxml/Conversions.h>
 #include <vxxml/CriticalSection.h>
 #include <vxxml/DateTime.h>
 #include <vxxml/DateTimeSpan.h>
 #include <vxxml/Decimal.h>
+#include <vxxml/Element.h>
+#include <vxxml/ElementInfo.h>
+#include <vxxml/ElementInfoAll.h>
+#include <vxxml/ElementInfoChoice.h>
+#include <vxxml/ElementInfoKinds.h>
+#include <vxxml/ElementInfoSeq.h>
 #include <vxxml/Encoder.h>
 #include <vxxml/EventSink.h>
 #include <vxxml/Exceptions.h>
@@ -19,16 +27,19 @@
 #include <vxxml/InstanceMonitor.h>
 #include <vxxml/ItemType.h>
 #include <vxxml/NamespaceAliasMap.h>
-#include <vxxml/PrimitiveRestrictions.h>
 #include <vxxml/Nillable.h>
+#include <vxxml/ParentElementInfo.h>
+#include <vxxml/PrimitiveRestrictions.h>
 #include <vxxml/SerializationContext.h>
 #include <vxxml/SmartPtr.h>
 #include <vxxml/StringBuffer.h>
 #include <vxxml/TextStream.h>
+#include <vxxml/TypedCollections.h>
 #include <vxxml/VxVariant.h>
 #include <vxxml/VxZip.h>
 #include <vxxml/WhitespaceUtils.h>
 #include <vxxml/XmlAttribute.h>
+#include <vxxml/XmlCollection.h>
 #include <vxxml/XmlCollectionBase.h>
 #include <vxxml/XmlDocument.h>
 #include <vxxml/XmlElement.h>
@@ -36,4 +47,5 @@
 #include <vxxml/XmlGeneratedClass.h>
 #include <vxxml/XmlObjectBase.h>
 #include <vxxml/XmlTextWriter.h>
+#include <vxxml/XmlTypeCollection.h>
 #include <vxxml/XmlWriter.h>

@@ -1,3 +1,4 @@
+#include <vxxml/Attribute.h>
 #include <vxxml/Exceptions.h>
 #include <vxxml/SerializationContext.h>
 
@@ -19,6 +20,14 @@ CSerializationContext& CSerializationContext::GetDefaultContext()
 void CSerializationContext::SetDefaultNamespaceURI(const wchar_t* uri)
 {
     m_strDefaultNamespaceURI = uri ? uri : L"";
+}
+
+CSmartPtr<CAttributeCol> CSerializationContext::GetAdditionalRootAttributes() const
+{
+    if (!m_pAdditionalRootAttributes) {
+        m_pAdditionalRootAttributes = new CAttributeCol(L"", L"##any", L"");
+    }
+    return m_pAdditionalRootAttributes;
 }
 
 void CSerializationContext::SetInLineSchema(const wchar_t* schema)

@@ -83,7 +83,11 @@ void CInstanceMonitor::Cleanup()
     MonitorState& state = State();
     std::lock_guard lock(state.cs);
     for (ClassType* entry : state.list) {
-        delete entry;
+        // Objects still alive point at their entry and would touch freed
+        // memory when destroyed; their entries leave the list but are kept.
+        if (entry->lInstanceCount <= 0) {
+            delete entry;
+        }
     }
     state.list.clear();
 }

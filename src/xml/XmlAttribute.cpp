@@ -78,6 +78,16 @@ const std::wstring& CXmlAttribute::GetNamespaceURI() const
     return m_pName->ns;
 }
 
+std::wstring CXmlAttribute::CopyValue() const
+{
+    if (m_pWideValue != nullptr) {
+        return *m_pWideValue;
+    }
+    std::wstring wide;
+    detail::AppendUtf8(wide, ValueBytes(), m_cbValue);
+    return wide;
+}
+
 const std::wstring& CXmlAttribute::GetValue() const
 {
     if (m_cbValue == 0) {

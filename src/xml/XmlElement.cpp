@@ -90,6 +90,16 @@ const std::wstring& CXmlElement::GetText() const
     return *m_pWideText;
 }
 
+std::wstring CXmlElement::CopyText() const
+{
+    if (m_pWideText != nullptr) {
+        return *m_pWideText;
+    }
+    std::wstring wide;
+    detail::AppendUtf8(wide, m_pText, m_cbText);
+    return wide;
+}
+
 const std::wstring& CXmlElement::GetAttribute(const wchar_t* localName,
                                               const wchar_t* namespaceUri) const
 {

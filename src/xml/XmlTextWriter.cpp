@@ -478,6 +478,13 @@ void CXmlTextWriter::StartElement(const wchar_t* localName, const wchar_t* names
 
     const std::wstring& uri = context->GetNamespaceUri();
     const std::wstring* declare = nullptr;
+    // An element in no namespace inside the scope of a default namespace has
+    // to take the default away, or a reader would put it in that namespace.
+    bool undeclareDefault = false;
+    if (uri.empty() && !context->GetDefaultNamespace().empty()) {
+        context->SetDefaultNamespace(std::wstring());
+        undeclareDefault = context->GetParent() != nullptr;
+    }
     const OpenElement* parentElement = sameAsParent ? &m_openElements[depth - 1] : nullptr;
     if (parentElement && parentElement->scopeOwner == context->GetScopeOwner() &&
         parentElement->scopeChanges == context->GetScopeChanges()) {
@@ -513,12 +520,15 @@ void CXmlTextWriter::StartElement(const wchar_t* localName, const wchar_t* names
         Put(L' ');
         WriteNamespaceDeclaration(*declare, uri);
     }
+    if (undeclareDefault) {
+        Put(L" xmlns=\"\"", 9);
+    }
 
     if (context->GetParent() == nullptr) {
         // Everything set up before the root is declared on the root.
-        if (!m_strDefaultNamespace.empty()) {
+        if (!context->GetDefaultNamespace().empty()) {
             Put(L" xmlns=\"", 8);
-            WriteEscaped(m_strDefaultNamespace.c_str(), true);
+            WriteEscaped(context->GetDefaultNamespace().c_str(), true);
             Put(L'"');
         }
         const std::wstring xmlUri(XmlNamespaceUri);

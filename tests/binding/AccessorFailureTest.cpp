@@ -1,5 +1,6 @@
-// Failures of the generated accessor itself: generated setters that check
-// facets refuse a value the document holds, and the library reports where.
+// Faults on the generated side of the metadata: accessors that refuse a
+// value or fail to read one, properties of the wrong kind, and metadata
+// calls that do not apply.
 #include "TestHelpers.h"
 
 #include <gtest/gtest.h>
@@ -21,7 +22,15 @@ public:
 
     void AccessProperty(int index, bool read, VxVariant& value) override
     {
+        if (index == 2) {
+            // The xs:anyAttribute member, deliberately of the wrong kind.
+            value.SetI4(0);
+            return;
+        }
         int32_t& member = index == 0 ? m_n : m_size;
+        if (read && m_failReads) {
+            throw CVxInvalidStateException(L"the value is not available");
+        }
         if (read) {
             value.SetI4(member);
             return;
@@ -31,10 +40,18 @@ public:
     }
     CParentElementInfo* GetClassInfo() const override { return Tables().pClassInfo; }
     CElementInfo** GetClassElementInfo() const override { return Tables().ppElementInfo; }
-    CAttributeInfo** GetClassAttributeInfo() const override { return Tables().ppAttributeInfo; }
+    CAttributeInfo** GetClassAttributeInfo() const override
+    {
+        static CAttributeInfo* wildcard[] = {
+            new CAttributeInfoAny(L"any", L"", 2, true, L"##any", L"", nullptr), nullptr};
+        return m_withWildcard ? wildcard : Tables().ppAttributeInfo;
+    }
     void Init() override { m_n = m_size = 0; }
     std::wstring GetTargetNamespace() const override { return L""; }
     std::wstring GetNamespace() const override { return L""; }
+
+    bool m_failReads = false;
+    bool m_withWildcard = false;
 
 private:
     static const CClassMetaData& Tables()
@@ -85,6 +102,47 @@ TEST(BindingAccessor, RefusedValuesAreReportedAtTheirElementOrAttribute)
         ASSERT_NE(e.GetInnerException(), nullptr);
         EXPECT_EQ(e.GetInnerException()->GetMessage(), L"Invalid Value for size [10]");
     }
+}
+
+TEST(BindingAccessor, FaultsOfTheGeneratedSideAreNamedOnWriting)
+{
+    CSmartPtr<CChecked> object(new CChecked);
+    object->m_failReads = true;
+    try {
+        object->ToXml();
+        FAIL() << "a property that cannot be read was written";
+    } catch (const CVxException& e) {
+        EXPECT_EQ(e.GetFullMessage(), L"Failed to convert the element [r] to XML\n"
+                                      L"Failed to convert attributes to XML\n"
+                                      L"Failed to get the property value for [size].\n"
+                                      L"the value is not available");
+    }
+    object->m_failReads = false;
+    object->m_withWildcard = true;
+    try {
+        object->ToXml();
+        FAIL() << "an attribute wildcard without an attribute collection was written";
+    } catch (const CVxException& e) {
+        EXPECT_EQ(e.GetFullMessage(), L"Failed to convert the element [r] to XML\n"
+                                      L"Failed to convert attributes to XML\n"
+                                      L"Serialization Data Error : The collection should be a "
+                                      L"CAttributeCol, it was not!");
+    }
+}
+
+TEST(BindingAccessor, MetadataCallsThatDoNotApplyThrow)
+{
+    // Only primitive members have facets to check.
+    const CElementInfoSeqClsOpt member(L"child", L"", 0, XmlElementType_Element, nullptr, 0);
+    VxVariant value;
+    value.SetI4(5);
+    EXPECT_THROW_MSG(member.CheckRestriction(value), CVxException,
+                     L"Cannot CheckRestriction for type: i4");
+    // A collection stands for a member, not for a schema type.
+    CSmartPtr<CElementCol> collection(new CElementCol(L"", L"##any", L"", 0, -1));
+    EXPECT_THROW_MSG(collection->GetTargetNamespace(), CVxException,
+                     L"CXmlCollectionBase::GetTargetNamespace Should not be used from within a "
+                     L"Collection (program logic error)");
 }
 
 } // namespace

@@ -97,9 +97,9 @@ void CAddress::AccessProperty(int index, bool read, VxVariant& value)
 {
     std::wstring* text[] = {&m_name, &m_street, &m_city, &m_zip};
     if (index >= 0 && index < 4) {
-        read ? value.SetString(*text[index]) : void(*text[index] = value.GetString());
+        read ? value.SetString(*text[index]) : void(*text[index] = value.TakeString());
     } else if (index == 4) {
-        read ? Read(m_country, value, &VxVariant::SetString) : void(m_country = value.GetString());
+        read ? Read(m_country, value, &VxVariant::SetString) : void(m_country = value.TakeString());
     } else {
         throw CVxInvalidParamException(FormatString(L"CAddress has no property %d", index));
     }
@@ -257,10 +257,10 @@ void CItem::AccessProperty(int index, bool read, VxVariant& value)
 {
     switch (index) {
     case 0:
-        read ? value.SetString(m_partNum) : void(m_partNum = value.GetString());
+        read ? value.SetString(m_partNum) : void(m_partNum = value.TakeString());
         break;
     case 1:
-        read ? value.SetString(m_productName) : void(m_productName = value.GetString());
+        read ? value.SetString(m_productName) : void(m_productName = value.TakeString());
         break;
     case 2:
         read ? value.SetI4(m_quantity) : void(m_quantity = value.GetI4());
@@ -273,7 +273,7 @@ void CItem::AccessProperty(int index, bool read, VxVariant& value)
         read ? value.SetXmlObject(m_delivery) : void(m_delivery = ObjectOf<CItemDelivery>(value));
         break;
     case 5:
-        read ? Read(m_comment, value, &VxVariant::SetString) : void(m_comment = value.GetString());
+        read ? Read(m_comment, value, &VxVariant::SetString) : void(m_comment = value.TakeString());
         break;
     default:
         throw CVxInvalidParamException(FormatString(L"CItem has no property %d", index));
@@ -359,7 +359,7 @@ void CPurchaseOrder::AccessProperty(int index, bool read, VxVariant& value)
         read ? value.SetXmlObject(m_shipTo) : void(m_shipTo = ObjectOf<CAddress>(value));
         break;
     case 3:
-        read ? Read(m_comment, value, &VxVariant::SetString) : void(m_comment = value.GetString());
+        read ? Read(m_comment, value, &VxVariant::SetString) : void(m_comment = value.TakeString());
         break;
     case 4:
         // Collections are handed out, never replaced.

@@ -110,6 +110,9 @@ struct VXXML_API VxVariant
     CDateTime GetTime() const;
     wchar_t GetChar() const;
     std::wstring GetString() const;
+    // Moves the string out (the variant keeps an empty string): for
+    // accessors that store the value they are handed.
+    std::wstring TakeString();
     bool GetBoolean() const;
     CDecimal GetDecimal() const;
     CBigInteger GetInteger() const;
@@ -128,6 +131,9 @@ struct VXXML_API VxVariant
     // exception leaves the variant unchanged. Types outside 1-26 throw
     // CVxException "Invalid Type %d to convert to string".
     void FromString(const std::wstring& text, ItemType type, CWhitespaceUtils::WhitespaceRule rule);
+    // The same, taking over text when it is stored as it is (a string
+    // without whitespace processing) instead of copying it.
+    void FromString(std::wstring&& text, ItemType type, CWhitespaceUtils::WhitespaceRule rule);
 
 private:
     template <class T> void StoreScalar(ItemType type, T value) noexcept;

@@ -490,7 +490,7 @@ void CElementInfo::ReadSimple(const CSerializationContext& context, CXmlGenerate
             if (isEnum) {
                 value.SetI4(m_pfnTextToEnum(text.c_str()));
             } else {
-                value.FromString(text, m_primitiveType, m_whitespaceRule);
+                value.FromString(std::move(text), m_primitiveType, m_whitespaceRule);
             }
         } catch (const CVxException& e) {
             ThrowWithPath(e, element.GetXPath());

@@ -602,6 +602,13 @@ std::wstring VxVariant::GetString() const
     return *m_pString;
 }
 
+std::wstring VxVariant::TakeString()
+{
+    VXXML_REQUIRE_HEAP(m_type == ItemType_string && m_pString != nullptr,
+                       "m_type == ItemType_string && m_pString != 0", L"string");
+    return std::move(*m_pString);
+}
+
 bool VxVariant::GetBoolean() const
 {
     assert(m_type == ItemType_boolean && "m_type == ItemType_boolean");
@@ -713,6 +720,16 @@ std::wstring VxVariant::ToString(const wchar_t* format) const
         throw CVxException(
             FormatString(L"Invalid Type %d to convert to string", static_cast<int>(m_type)));
     }
+}
+
+void VxVariant::FromString(std::wstring&& text, ItemType type,
+                           CWhitespaceUtils::WhitespaceRule rule)
+{
+    if (type == ItemType_string && (rule == CWhitespaceUtils::WhitespaceRule_None ||
+                                    rule == CWhitespaceUtils::WhitespaceRule_Preserve)) {
+        return SetString(std::move(text));
+    }
+    FromString(static_cast<const std::wstring&>(text), type, rule);
 }
 
 void VxVariant::FromString(const std::wstring& text, ItemType type,

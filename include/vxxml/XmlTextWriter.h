@@ -130,10 +130,11 @@ private:
     void Put(const std::wstring& text) { Put(text.data(), text.size()); }
     // Up to the terminating zero; null puts nothing.
     VXXML_WRITER_INTERNAL void PutText(const wchar_t* text);
-    // Copies text up to its terminating zero or the first character the
-    // escaping mode must change, whichever comes first, and returns where it
-    // stopped; the text is measured and copied in one pass.
-    template <int Mode> VXXML_WRITER_INTERNAL const wchar_t* PutRun(const wchar_t* text);
+    // Copies text up to end (its terminating zero) or the first character
+    // the escaping mode must change, whichever comes first, and returns
+    // where it stopped.
+    template <int Mode>
+    VXXML_WRITER_INTERNAL const wchar_t* PutRun(const wchar_t* text, const wchar_t* end);
     VXXML_WRITER_INTERNAL void Drain();
     // Ends every writing operation: flushes the stream once it holds 4096
     // characters or more, handing it the buffered text first when only the

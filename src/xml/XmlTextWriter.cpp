@@ -9,15 +9,6 @@
 #include <emmintrin.h>
 #endif
 
-// Functions that read a text in aligned blocks past its end (see PutRun)
-// are kept out of the address sanitizer's view, and out of line, so that
-// the exemption does not spread to their callers.
-#if defined(__SANITIZE_ADDRESS__)
-#define VXXML_NO_SANITIZE_ADDRESS __attribute__((no_sanitize_address, noinline))
-#else
-#define VXXML_NO_SANITIZE_ADDRESS
-#endif
-
 namespace VxXmlLib16 {
 
 namespace {
@@ -70,38 +61,12 @@ constexpr EscapeTables kEscape;
 // nothing, the characters element text escapes, those attribute values do.
 enum RunMode : int { kRaw, kText, kAttribute };
 
-#if defined(__SSE2__)
-// Four characters at a 16-byte aligned address. A plain dereference rather
-// than the load intrinsic: the sanitizer checks the intrinsic's body even
-// inside a function exempted from it.
-VXXML_NO_SANITIZE_ADDRESS inline __m128i LoadAligned(const wchar_t* p)
+// Length of a zero-terminated text. The library's wcslen already reads in
+// vector blocks; reading past a text's end ourselves would trip memory
+// checkers in the applications that use us.
+inline size_t TextLength(const wchar_t* text)
 {
-    return *reinterpret_cast<const __m128i*>(p);
-}
-#endif
-
-// Length of a zero-terminated text, read in aligned blocks (see PutRun).
-VXXML_NO_SANITIZE_ADDRESS inline size_t TextLength(const wchar_t* text)
-{
-#if defined(__SSE2__)
-    const wchar_t* p = text;
-    while ((reinterpret_cast<uintptr_t>(p) & 15) != 0) {
-        if (*p == 0) {
-            return static_cast<size_t>(p - text);
-        }
-        ++p;
-    }
-    for (;;) {
-        const __m128i v = LoadAligned(p);
-        const int mask = _mm_movemask_epi8(_mm_cmpeq_epi32(v, _mm_setzero_si128()));
-        if (mask != 0) {
-            return static_cast<size_t>(p - text) + __builtin_ctz(static_cast<unsigned>(mask)) / 4;
-        }
-        p += 4;
-    }
-#else
     return std::wcslen(text);
-#endif
 }
 
 inline bool IsEmpty(const wchar_t* text)
@@ -192,7 +157,7 @@ void CXmlTextWriter::PutLong(const wchar_t* text, size_t length)
 void CXmlTextWriter::PutText(const wchar_t* text)
 {
     if (text) {
-        PutRun<kRaw>(text);
+        PutRun<kRaw>(text, text + TextLength(text));
     }
 }
 
@@ -277,45 +242,31 @@ template <int Mode> inline bool IsStop(wchar_t c)
 
 } // namespace
 
-// The text is read in aligned blocks of four characters, which may reach up
-// to three characters past its terminating zero but never into another
-// page, so it cannot fault (the usual technique of string functions). The
-// address sanitizer would still report those bytes, hence it is told not to
-// look here.
-template <int Mode>
-VXXML_NO_SANITIZE_ADDRESS const wchar_t* CXmlTextWriter::PutRun(const wchar_t* p)
+// Copies the characters from p on up to the first one the mode stops at,
+// or up to end (where the text's terminating zero stands), and returns
+// where it stopped. Four characters at a time while both the text and the
+// buffer have four left.
+template <int Mode> const wchar_t* CXmlTextWriter::PutRun(const wchar_t* p, const wchar_t* end)
 {
     for (;;) {
         wchar_t* o = m_pending + m_cchPending;
-        wchar_t* const end = m_pending + kPendingCapacity;
-        while ((reinterpret_cast<uintptr_t>(p) & 15) != 0 && o != end) {
-            const wchar_t c = *p;
-            if (IsStop<Mode>(c)) {
-                m_cchPending = static_cast<size_t>(o - m_pending);
-                return p;
-            }
-            *o++ = c;
-            ++p;
-        }
+        wchar_t* const full = m_pending + kPendingCapacity;
 #if defined(__SSE2__)
-        if ((reinterpret_cast<uintptr_t>(p) & 15) == 0) {
-            // Stored before it is tested: the slack after the buffer takes
-            // the characters that turn out not to belong to the run.
-            while (end - o >= 4) {
-                const __m128i v = LoadAligned(p);
-                _mm_storeu_si128(reinterpret_cast<__m128i*>(o), v);
-                const int mask = StopMask<Mode>(v);
-                if (mask != 0) {
-                    const int k = __builtin_ctz(static_cast<unsigned>(mask)) / 4;
-                    m_cchPending = static_cast<size_t>(o + k - m_pending);
-                    return p + k;
-                }
-                o += 4;
-                p += 4;
+        while (end - p >= 4 && full - o >= 4) {
+            const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+            // Stored before it is tested: what follows a stop is overwritten.
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(o), v);
+            const int mask = StopMask<Mode>(v);
+            if (mask != 0) {
+                const int k = __builtin_ctz(static_cast<unsigned>(mask)) / 4;
+                m_cchPending = static_cast<size_t>(o + k - m_pending);
+                return p + k;
             }
+            o += 4;
+            p += 4;
         }
 #endif
-        while (o != end) {
+        while (p != end && o != full) {
             const wchar_t c = *p;
             if (IsStop<Mode>(c)) {
                 m_cchPending = static_cast<size_t>(o - m_pending);
@@ -324,7 +275,10 @@ VXXML_NO_SANITIZE_ADDRESS const wchar_t* CXmlTextWriter::PutRun(const wchar_t* p
             *o++ = c;
             ++p;
         }
-        m_cchPending = kPendingCapacity;
+        m_cchPending = static_cast<size_t>(o - m_pending);
+        if (p == end) {
+            return p;
+        }
         Drain();
     }
 }
@@ -334,12 +288,13 @@ void CXmlTextWriter::WriteEscaped(const wchar_t* text, bool attributeMode)
 {
     const unsigned char* table = attributeMode ? kEscape.attribute : kEscape.text;
     const wchar_t* p = text;
+    const wchar_t* const end = text + TextLength(text);
     for (;;) {
-        p = attributeMode ? PutRun<kAttribute>(p) : PutRun<kText>(p);
-        const auto c = static_cast<uint32_t>(*p);
-        if (c == 0) {
+        p = attributeMode ? PutRun<kAttribute>(p, end) : PutRun<kText>(p, end);
+        if (p == end) {
             break;
         }
+        const auto c = static_cast<uint32_t>(*p);
         ++p;
         switch (table[c]) {
         case Amp:

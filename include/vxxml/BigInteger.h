@@ -9,7 +9,7 @@
 
 #include <cstdint>
 #include <string>
-#include <vector>
+#include <vxxml/DigitVector.h>
 #include <vxxml/Export.h>
 
 namespace VxXmlLib16 {
@@ -20,8 +20,8 @@ class VXXML_API CBigInteger
 {
 public:
     // One element per decimal digit, numeric value 0..9 (not '0'..'9'),
-    // least significant digit first.
-    using Digits = std::vector<wchar_t>;
+    // least significant digit first. Short numbers need no heap block.
+    using Digits = CDigitVector;
 
     CBigInteger();
     // Every built-in integer type has its own constructor so that a literal of

@@ -13,6 +13,7 @@
 #include <vxxml/DateTime.h>
 #include <vxxml/DateTimeSpan.h>
 #include <vxxml/Decimal.h>
+#include <vxxml/DigitVector.h>
 #include <vxxml/Element.h>
 #include <vxxml/ElementInfo.h>
 #include <vxxml/ElementInfoAll.h>

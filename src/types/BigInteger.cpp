@@ -5,6 +5,7 @@
 #include <cmath>
 #include <cstring>
 #include <cwchar>
+#include <vector>
 #include <vxxml/BigInteger.h>
 #include <vxxml/Decimal.h>
 #include <vxxml/Exceptions.h>

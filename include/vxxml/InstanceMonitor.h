@@ -16,6 +16,7 @@ public:
     struct ClassType
     {
         std::wstring name;
+        // Both change atomically (read them through DumpState).
         int32_t lInstanceCount = 0; // objects alive now
         int32_t lTotalCount = 0;    // objects ever constructed
     };

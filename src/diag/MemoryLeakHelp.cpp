@@ -1,3 +1,4 @@
+#include <atomic>
 #include <cassert>
 #include <cwchar>
 #include <mutex>
@@ -24,6 +25,15 @@ MonitorState& State()
     return *state;
 }
 
+// The counters change without the lock: a document of millions of nodes
+// creates and destroys that many monitored objects, and the lock would cost
+// more than the node. The lock still guards the list, so looking a class up,
+// adding it, reporting and cleaning up stay serialised.
+std::atomic_ref<int32_t> Counter(int32_t& count)
+{
+    return std::atomic_ref<int32_t>(count);
+}
+
 } // namespace
 
 CInstanceMonitor::CInstanceMonitor(const wchar_t* className)
@@ -40,24 +50,23 @@ CInstanceMonitor::CInstanceMonitor(const wchar_t* className)
         m_pct = new ClassType{className ? className : L"", 0, 0};
         state.list.push_back(m_pct);
     }
-    ++m_pct->lInstanceCount;
-    ++m_pct->lTotalCount;
+    Counter(m_pct->lInstanceCount).fetch_add(1, std::memory_order_relaxed);
+    Counter(m_pct->lTotalCount).fetch_add(1, std::memory_order_relaxed);
 }
 
 CInstanceMonitor::CInstanceMonitor(const CInstanceMonitor& other) : m_pct(other.m_pct)
 {
-    std::lock_guard lock(State().cs);
     assert(m_pct && "m_pct");
-    ++m_pct->lInstanceCount;
-    ++m_pct->lTotalCount;
+    Counter(m_pct->lInstanceCount).fetch_add(1, std::memory_order_relaxed);
+    Counter(m_pct->lTotalCount).fetch_add(1, std::memory_order_relaxed);
 }
 
 CInstanceMonitor::~CInstanceMonitor()
 {
-    std::lock_guard lock(State().cs);
     assert(m_pct && "m_pct");
-    --m_pct->lInstanceCount;
-    assert(m_pct->lInstanceCount >= 0 && "m_pct->lInstanceCount >= 0");
+    [[maybe_unused]] const int32_t before =
+        Counter(m_pct->lInstanceCount).fetch_sub(1, std::memory_order_relaxed);
+    assert(before - 1 >= 0 && "m_pct->lInstanceCount >= 0");
 }
 
 std::wstring CInstanceMonitor::DumpState()
@@ -67,13 +76,15 @@ std::wstring CInstanceMonitor::DumpState()
     std::wstring report =
         L"Instances of classes still in existence/Total Number of instances created\n";
     bool first = true;
-    for (const ClassType* entry : state.list) {
+    for (ClassType* entry : state.list) {
         if (!first) {
             report += L'\n';
         }
         first = false;
-        report += FormatString(entry->lInstanceCount < 1 ? L"    %s = %d/%d" : L"--> %s = %d/%d",
-                               entry->name.c_str(), entry->lInstanceCount, entry->lTotalCount);
+        const int32_t alive = Counter(entry->lInstanceCount).load(std::memory_order_relaxed);
+        const int32_t total = Counter(entry->lTotalCount).load(std::memory_order_relaxed);
+        report += FormatString(alive < 1 ? L"    %s = %d/%d" : L"--> %s = %d/%d",
+                               entry->name.c_str(), alive, total);
     }
     return report;
 }
@@ -85,7 +96,7 @@ void CInstanceMonitor::Cleanup()
     for (ClassType* entry : state.list) {
         // Objects still alive point at their entry and would touch freed
         // memory when destroyed; their entries leave the list but are kept.
-        if (entry->lInstanceCount <= 0) {
+        if (Counter(entry->lInstanceCount).load(std::memory_order_relaxed) <= 0) {
             delete entry;
         }
     }

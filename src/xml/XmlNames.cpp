@@ -1,8 +1,49 @@
 #include "xml/XmlNames.h"
 
+#include <cstdint>
+#include <cstring>
 #include <cwchar>
 
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
 namespace VxXmlLib16::detail {
+
+namespace {
+
+#if defined(__SSE2__)
+// Widens sixteen ASCII bytes at a time into four-byte characters, as long as
+// they are ASCII (most text of most documents is); returns where it stopped.
+inline const unsigned char* WidenAscii(const unsigned char* p, const unsigned char* end,
+                                       wchar_t*& w)
+{
+    const __m128i zero = _mm_setzero_si128();
+    while (end - p >= 16) {
+        const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+        if (_mm_movemask_epi8(bytes) != 0) {
+            break;
+        }
+        const __m128i low = _mm_unpacklo_epi8(bytes, zero);
+        const __m128i high = _mm_unpackhi_epi8(bytes, zero);
+        auto* out = reinterpret_cast<__m128i*>(w);
+        _mm_storeu_si128(out, _mm_unpacklo_epi16(low, zero));
+        _mm_storeu_si128(out + 1, _mm_unpackhi_epi16(low, zero));
+        _mm_storeu_si128(out + 2, _mm_unpacklo_epi16(high, zero));
+        _mm_storeu_si128(out + 3, _mm_unpackhi_epi16(high, zero));
+        p += 16;
+        w += 16;
+    }
+    return p;
+}
+#else
+inline const unsigned char* WidenAscii(const unsigned char* p, const unsigned char*, wchar_t*&)
+{
+    return p;
+}
+#endif
+
+} // namespace
 
 void AppendUtf8(std::wstring& out, const char* text, size_t bytes)
 {
@@ -11,7 +52,11 @@ void AppendUtf8(std::wstring& out, const char* text, size_t bytes)
     const size_t start = out.size();
     out.resize(start + bytes); // never more characters than bytes
     wchar_t* w = out.data() + start;
-    while (p < end) {
+    for (;;) {
+        p = WidenAscii(p, end, w);
+        if (p == end) {
+            break;
+        }
         unsigned c = *p;
         if (c < 0x80) {
             *w++ = static_cast<wchar_t>(c);
@@ -62,20 +107,30 @@ void AppendWide(std::string& out, const wchar_t* text, size_t count)
 
 namespace {
 
-// FNV-1a: short keys, one pass, no division.
-inline size_t Fnv(size_t h, unsigned char c)
-{
-    return (h ^ c) * 0x100000001B3ull;
-}
-constexpr size_t kFnvBasis = 0xCBF29CE484222325ull;
-
+// Names are hashed eight bytes at a time: an expanded name is a namespace
+// URI and a local name, often 20 to 40 bytes, and it is hashed once per
+// element and attribute of the document.
 size_t HashOf(std::string_view s)
 {
-    size_t h = kFnvBasis;
-    for (char c : s) {
-        h = Fnv(h, static_cast<unsigned char>(c));
+    constexpr uint64_t kMultiplier = 0x9E3779B97F4A7C15ull;
+    uint64_t h = s.size() * kMultiplier;
+    const char* p = s.data();
+    size_t n = s.size();
+    auto mix = [&h](uint64_t word) {
+        h = (h ^ word) * kMultiplier;
+        h ^= h >> 32;
+    };
+    for (; n >= 8; n -= 8, p += 8) {
+        uint64_t word;
+        std::memcpy(&word, p, 8);
+        mix(word);
     }
-    return h;
+    if (n != 0) {
+        uint64_t word = 0;
+        std::memcpy(&word, p, n);
+        mix(word);
+    }
+    return static_cast<size_t>(h ^ (h >> 29));
 }
 
 XmlName Split(std::string_view expandedName)
@@ -136,16 +191,7 @@ const XmlName* XmlNameTable::Add(std::string_view key, size_t hash, XmlName name
 
 const XmlName* XmlNameTable::Intern(const char* expandedName)
 {
-    size_t h = kFnvBasis;
-    const char* p = expandedName;
-    for (; *p != 0; ++p) {
-        h = Fnv(h, static_cast<unsigned char>(*p));
-    }
-    const std::string_view key(expandedName, static_cast<size_t>(p - expandedName));
-    if (const XmlName* found = Find(key, h)) {
-        return found;
-    }
-    return Add(key, h, Split(key));
+    return Intern(std::string_view(expandedName));
 }
 
 const XmlName* XmlNameTable::Intern(std::string_view expandedName)

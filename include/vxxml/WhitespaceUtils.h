@@ -23,6 +23,9 @@ public:
     // Returns the text normalised by the rule. Throws CVxException
     // "Unknown WhitespaceRule" for any other rule value.
     static std::wstring ApplyRule(WhitespaceRule rule, const std::wstring& text);
+    // The same rule applied to the text where it stands (no new string), for
+    // text that is about to become a value anyway. Same exception.
+    static void ApplyRuleInPlace(WhitespaceRule rule, std::wstring& text);
 
     // XML Schema's "preserve": the text is not changed, so this is an exact
     // copy (and rule 1 behaves exactly like rule 0).

@@ -37,6 +37,9 @@ public:
     // The same text as a new string, without keeping a wide copy in the
     // element: for readers that consume each text once.
     std::wstring CopyText() const;
+    // The same text into out, replacing what it held: a reader that converts
+    // each text at once reuses one buffer for all of them.
+    void CopyTextTo(std::wstring& out) const;
     const std::vector<CXmlAttribute*>& GetAttributes() const { return m_attributes; }
     // The value of the first attribute whose local name and namespace URI
     // both match exactly, or a reference to a shared empty string.

@@ -14,6 +14,9 @@ using namespace VxXmlLib16;
 namespace VxXmlLib16Data {
 namespace {
 
+// The per-thread text buffer of ReadSimple gives back what it grew to beyond this.
+constexpr size_t kLargestKeptScratch = 1 << 16;
+
 std::wstring OrEmpty(const wchar_t* s)
 {
     return s ? s : L"";
@@ -460,7 +463,7 @@ bool CElementInfo::ReadNilAndText(const CSerializationContext& context, const CX
     if (nil) {
         return false;
     }
-    text = element.CopyText();
+    element.CopyTextTo(text);
     if (text.empty() && !m_strDefaultValue.empty()) {
         text = m_strDefaultValue;
     }
@@ -484,18 +487,28 @@ void CElementInfo::ReadSimple(const CSerializationContext& context, CXmlGenerate
 {
     CXmlElement& element = **cursor;
     VxVariant value;
-    std::wstring text;
+    // A string value takes the text over; any other value is converted from
+    // it at once, so one buffer per thread serves all of them.
+    const bool keepsText = !isEnum && m_primitiveType == ItemType_string;
+    thread_local std::wstring scratch;
+    std::wstring ownText;
+    std::wstring& text = keepsText ? ownText : scratch;
     if (ReadNilAndText(context, element, value, text)) {
         try {
             if (isEnum) {
                 value.SetI4(m_pfnTextToEnum(text.c_str()));
-            } else {
+            } else if (keepsText) {
                 value.FromString(std::move(text), m_primitiveType, m_whitespaceRule);
+            } else {
+                value.FromString(text, m_primitiveType, m_whitespaceRule);
             }
         } catch (const CVxException& e) {
             ThrowWithPath(e, element.GetXPath());
         }
         InvokePropertySet(owner, value, element);
+    }
+    if (scratch.capacity() > kLargestKeptScratch) {
+        scratch = std::wstring(); // one huge value does not pin its memory
     }
     // A nil element leaves the property as Init() set it: the property is
     // deliberately not assigned.

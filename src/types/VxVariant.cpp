@@ -725,8 +725,8 @@ std::wstring VxVariant::ToString(const wchar_t* format) const
 void VxVariant::FromString(std::wstring&& text, ItemType type,
                            CWhitespaceUtils::WhitespaceRule rule)
 {
-    if (type == ItemType_string && (rule == CWhitespaceUtils::WhitespaceRule_None ||
-                                    rule == CWhitespaceUtils::WhitespaceRule_Preserve)) {
+    if (type == ItemType_string) {
+        CWhitespaceUtils::ApplyRuleInPlace(rule, text);
         return SetString(std::move(text));
     }
     FromString(static_cast<const std::wstring&>(text), type, rule);

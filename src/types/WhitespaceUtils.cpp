@@ -18,6 +18,42 @@ std::wstring CWhitespaceUtils::ApplyRule(WhitespaceRule rule, const std::wstring
     throw CVxException(L"Unknown WhitespaceRule");
 }
 
+void CWhitespaceUtils::ApplyRuleInPlace(WhitespaceRule rule, std::wstring& text)
+{
+    switch (rule) {
+    case WhitespaceRule_None:
+    case WhitespaceRule_Preserve:
+        return;
+    case WhitespaceRule_Replace:
+        for (wchar_t& c : text) {
+            if (IsWhiteSpace(c)) {
+                c = L' ';
+            }
+        }
+        return;
+    case WhitespaceRule_Collapse: {
+        // The collapsed text is never longer, so it is written over the
+        // original from the front.
+        size_t out = 0;
+        bool pendingSpace = false;
+        for (const wchar_t c : text) {
+            if (IsWhiteSpace(c)) {
+                pendingSpace = out != 0;
+                continue;
+            }
+            if (pendingSpace) {
+                text[out++] = L' ';
+                pendingSpace = false;
+            }
+            text[out++] = c;
+        }
+        text.resize(out);
+        return;
+    }
+    }
+    throw CVxException(L"Unknown WhitespaceRule");
+}
+
 std::wstring CWhitespaceUtils::Preserve(const std::wstring& text)
 {
     return text;

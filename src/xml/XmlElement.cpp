@@ -90,6 +90,16 @@ const std::wstring& CXmlElement::GetText() const
     return *m_pWideText;
 }
 
+void CXmlElement::CopyTextTo(std::wstring& out) const
+{
+    if (m_pWideText != nullptr) {
+        out = *m_pWideText;
+        return;
+    }
+    out.clear();
+    detail::AppendUtf8(out, m_pText, m_cbText);
+}
+
 std::wstring CXmlElement::CopyText() const
 {
     if (m_pWideText != nullptr) {

@@ -95,6 +95,25 @@ TEST(WhitespaceUtils, RulesFollowXmlSchemaWhiteSpaceFacet)
     EXPECT_THROW_MSG(CC::r8FromString(L"1", static_cast<WS::WhitespaceRule>(-1)), CVxException,
                      L"Unknown WhitespaceRule");
     EXPECT_THROW_MSG(CC::stringFromString(L"1", bad), CVxException, L"Unknown WhitespaceRule");
+    std::wstring kept = L"x";
+    EXPECT_THROW_MSG(WS::ApplyRuleInPlace(bad, kept), CVxException, L"Unknown WhitespaceRule");
+    EXPECT_EQ(kept, L"x");
+
+    // Normalising in place gives what the copying rules give, on texts made
+    // of blanks, letters and non-ASCII characters in every arrangement.
+    std::mt19937 rng(11);
+    const wchar_t alphabet[] = {L' ', L'\t', L'\r', L'\n', L'a', L'\u00e9', L'\U0001F600'};
+    for (int i = 0; i < 3000; ++i) {
+        std::wstring random(rng() % 12, L' ');
+        for (wchar_t& c : random) {
+            c = alphabet[rng() % std::size(alphabet)];
+        }
+        for (const auto rule : {kNone, kPreserve, kReplace, kCollapse}) {
+            std::wstring inPlace = random;
+            WS::ApplyRuleInPlace(rule, inPlace);
+            ASSERT_EQ(inPlace, WS::ApplyRule(rule, random)) << "rule " << rule;
+        }
+    }
 }
 
 TEST(Conversions, IntegerRangeBoundaries)

@@ -5,7 +5,7 @@
 
 using namespace VxXmlLib16;
 
-TEST(Exceptions, PathIsAppendedToMessageOnlyWhenGiven)
+TEST(Exceptions, PathOnlyWhenGivenAndChainsOwnedOutermostFirst)
 {
     CVxException withPath(L"bad value", L"/root/child[2]");
     EXPECT_EQ(withPath.GetMessage(), L"bad value\nPath: /root/child[2]");
@@ -15,10 +15,7 @@ TEST(Exceptions, PathIsAppendedToMessageOnlyWhenGiven)
     EXPECT_EQ(noPath.GetMessage(), L"bad value");
     EXPECT_EQ(noPath.GetPath(), L"");
     EXPECT_EQ(noPath.GetInnerException(), nullptr);
-}
 
-TEST(Exceptions, FullMessageWalksTheChainOutermostFirst)
-{
     CVxOverFlowException innermost(L"three");
     CVxInvalidValueException middle(L"two", innermost);
     CVxValidationException outer(L"one", L"/a", middle);
@@ -30,10 +27,8 @@ TEST(Exceptions, FullMessageWalksTheChainOutermostFirst)
     EXPECT_NE(dynamic_cast<const CVxInvalidValueException*>(inner), nullptr);
     EXPECT_NE(dynamic_cast<const CVxOverFlowException*>(inner->GetInnerException()), nullptr);
     EXPECT_NE(inner, &middle);
-}
 
-TEST(Exceptions, CopiesOwnIndependentChains)
-{
+    // Copies own independent chains.
     auto original = std::make_unique<CVxInvalidStateException>(
         L"outer", CVxInvalidParamException(L"mid", CVxException(L"deep")));
     CVxInvalidStateException copy(*original);
@@ -44,7 +39,7 @@ TEST(Exceptions, CopiesOwnIndependentChains)
     EXPECT_EQ(moved.GetFullMessage(), L"outer\nmid\ndeep");
 }
 
-TEST(Exceptions, AssignmentCopiesMessageAndInnerButKeepsPath)
+TEST(Exceptions, AssignmentKeepsThePathAndRetypingKeepsEverything)
 {
     CVxException target(L"target", L"/keep");
     target = CVxException(L"source", L"/other", CVxException(L"cause"));
@@ -54,10 +49,8 @@ TEST(Exceptions, AssignmentCopiesMessageAndInnerButKeepsPath)
 
     target = CVxException(L"plain");
     EXPECT_EQ(target.GetInnerException(), nullptr);
-}
 
-TEST(Exceptions, RetypingKeepsTextPathAndCause)
-{
+    // Retyping keeps text, path and cause.
     const CVxException general(L"broken", L"/x", CVxException(L"why"));
     CVxInvalidNamespaceException ns(general);
     EXPECT_EQ(ns.GetMessage(), L"broken\nPath: /x");

@@ -515,6 +515,15 @@ const CXmlGeneratedClass::CClassMetaData& CWild::MetaData() const
     });
 }
 
+namespace {
+
+template <CWild::Kind K> CSmartPtr<CXmlObjectBase> MakeWild(int, const wchar_t* name)
+{
+    return new CWild(name, K);
+}
+
+} // namespace
+
 CRoot::CRoot(const wchar_t* elementName) : CTestObject(elementName, Count)
 {
     Own(AnyAttribute, new CAttributeCol(kNs, L"##other", kNs));
@@ -577,30 +586,13 @@ const CXmlGeneratedClass::CClassMetaData& CRoot::MetaData() const
             new CElementInfoSeqClsOpt(L"measures", kNs, Measures, kElement, Make<CMeasures>, 0),
             new CElementInfoSeqClsCol(L"pick", kNs, Pick, kElement),
             new CElementInfoSeqUntpdMnd(L"note", kNs, Note, L"##any", kNs),
-            new CElementInfoSeqClsOpt(
-                L"wildAny", kNs, WildAny, kElement,
-                [](int, const wchar_t* name) -> CSmartPtr<CXmlObjectBase> {
-                    return new CWild(name, CWild::Any);
-                },
-                0),
-            new CElementInfoSeqClsOpt(
-                L"wildLocal", kNs, WildLocal, kElement,
-                [](int, const wchar_t* name) -> CSmartPtr<CXmlObjectBase> {
-                    return new CWild(name, CWild::Local);
-                },
-                0),
-            new CElementInfoSeqClsOpt(
-                L"wildTarget", kNs, WildTarget, kElement,
-                [](int, const wchar_t* name) -> CSmartPtr<CXmlObjectBase> {
-                    return new CWild(name, CWild::Target);
-                },
-                0),
-            new CElementInfoSeqClsOpt(
-                L"wildList", kNs, WildList, kElement,
-                [](int, const wchar_t* name) -> CSmartPtr<CXmlObjectBase> {
-                    return new CWild(name, CWild::List);
-                },
-                0),
+            new CElementInfoSeqClsOpt(L"wildAny", kNs, WildAny, kElement, MakeWild<CWild::Any>, 0),
+            new CElementInfoSeqClsOpt(L"wildLocal", kNs, WildLocal, kElement,
+                                      MakeWild<CWild::Local>, 0),
+            new CElementInfoSeqClsOpt(L"wildTarget", kNs, WildTarget, kElement,
+                                      MakeWild<CWild::Target>, 0),
+            new CElementInfoSeqClsOpt(L"wildList", kNs, WildList, kElement, MakeWild<CWild::List>,
+                                      0),
             new CElementInfoSeqUntpdOpt(L"AnyElement", L"", Other, L"##other", kNs),
         });
         tables.ppAttributeInfo = Table<CAttributeInfo>({

@@ -66,49 +66,150 @@ struct Fixture
 
 } // namespace
 
-TEST(XmlTextWriter, EscapesTextAndAttributeValuesByTheirOwnTables)
+struct DocumentCase
+{
+    const char* what;
+    std::function<void(CXmlTextWriter&)> write;
+    std::wstring expected;
+};
+
+TEST(XmlTextWriter, UnformattedDocuments)
 {
     // Specials at the start, in the middle, doubled and at the end, so that
     // the run splitting is exercised at every boundary.
-    const wchar_t* input = L"&a<b>c\"d'e\tf\r\ng\U0001F600\u00E9<>&";
-    Fixture f;
-    f.writer.SetFormatting(false);
-    f.writer.StartElement(L"r", L"");
-    f.writer.WriteAttribute(L"v", L"", input, ItemType_string);
-    f.writer.WriteElementText(input, ItemType_string, false);
-    f.writer.EndElement();
-    EXPECT_EQ(f.Text(),
-              L"<r v=\"&amp;a&lt;b&gt;c&quot;d'e&#x9;f&#xA;g\U0001F600\u00E9&lt;&gt;&amp;\">"
-              L"&amp;a&lt;b&gt;c\"d'e\tf\ng\U0001F600\u00E9&lt;&gt;&amp;</r>");
-}
-
-TEST(XmlTextWriter, LineFeedsInTextFollowTheEOLTypeAndCarriageReturnsVanish)
-{
-    Fixture f;
-    f.writer.SetFormatting(false);
-    f.writer.SetEOLType(EOL_CRLF);
-    EXPECT_EQ(f.writer.GetEOLType(), EOL_CRLF);
-    f.writer.StartElement(L"r", L"");
-    f.writer.WriteAttribute(L"v", L"", L"a\r\nb\r", ItemType_string);
-    f.writer.WriteElementText(L"a\r\nb\n\rc", ItemType_string, false);
-    f.writer.EndElement();
-    f.writer.WriteComment(L"x\ny");
-    EXPECT_EQ(f.Text(), L"<r v=\"a&#xA;b\">a\r\nb\r\nc</r><!--x\r\ny-->\r\n");
-}
-
-TEST(XmlTextWriter, CDataTextIsWrittenVerbatimOnlyWhenItStartsTheText)
-{
-    Fixture f;
-    f.writer.SetFormatting(false);
-    f.writer.StartElement(L"r", L"");
-    f.writer.StartElement(L"a", L"");
-    f.writer.WriteElementText(L"<![CDATA[x < & y]]>", ItemType_string, false);
-    f.writer.EndElement();
-    f.writer.StartElement(L"b", L"");
-    f.writer.WriteElementText(L" <![CDATA[x]]>", ItemType_string, false);
-    f.writer.EndElement();
-    f.writer.EndElement();
-    EXPECT_EQ(f.Text(), L"<r><a><![CDATA[x < & y]]></a><b> &lt;![CDATA[x]]&gt;</b></r>");
+    static const wchar_t* const special = L"&a<b>c\"d'e\tf\r\ng\U0001F600\u00E9<>&";
+    const std::wstring xsi = kXsi;
+    const DocumentCase cases[] = {
+        {"text and attribute values escaped by their own tables",
+         [](CXmlTextWriter& w) {
+             w.StartElement(L"r", L"");
+             w.WriteAttribute(L"v", L"", special, ItemType_string);
+             w.WriteElementText(special, ItemType_string, false);
+             w.EndElement();
+         },
+         L"<r v=\"&amp;a&lt;b&gt;c&quot;d'e&#x9;f&#xA;g\U0001F600\u00E9&lt;&gt;&amp;\">"
+         L"&amp;a&lt;b&gt;c\"d'e\tf\ng\U0001F600\u00E9&lt;&gt;&amp;</r>"},
+        {"line feeds follow the EOL type, carriage returns vanish",
+         [](CXmlTextWriter& w) {
+             w.SetEOLType(EOL_CRLF);
+             w.StartElement(L"r", L"");
+             w.WriteAttribute(L"v", L"", L"a\r\nb\r", ItemType_string);
+             w.WriteElementText(L"a\r\nb\n\rc", ItemType_string, false);
+             w.EndElement();
+             w.WriteComment(L"x\ny");
+         },
+         L"<r v=\"a&#xA;b\">a\r\nb\r\nc</r><!--x\r\ny-->\r\n"},
+        {"CDATA text is verbatim only when it starts the text",
+         [](CXmlTextWriter& w) {
+             w.StartElement(L"r", L"");
+             w.StartElement(L"a", L"");
+             w.WriteElementText(L"<![CDATA[x < & y]]>", ItemType_string, false);
+             w.EndElement();
+             w.StartElement(L"b", L"");
+             w.WriteElementText(L" <![CDATA[x]]>", ItemType_string, false);
+             w.EndElement();
+             w.EndElement();
+         },
+         L"<r><a><![CDATA[x < & y]]></a><b> &lt;![CDATA[x]]&gt;</b></r>"},
+        {"empty or default values leave the element empty (and its start tag open)",
+         [](CXmlTextWriter& w) {
+             w.StartElement(L"r", L"");
+             w.StartElement(L"a", L"");
+             w.WriteElementText(L"", ItemType_string, false);
+             w.WriteElementText(nullptr, ItemType_string, false);
+             w.WriteAttribute(L"still", L"", L"open", ItemType_string);
+             w.EndElement();
+             w.StartElement(L"b", L"");
+             w.WriteElementText(L"7", ItemType_i4, true);
+             w.EndElement();
+             w.SetWriteDefaultElementValues(true);
+             w.StartElement(L"c", L"");
+             w.WriteElementText(L"7", ItemType_i4, true);
+             w.EndElement();
+             w.EndElement();
+         },
+         L"<r><a still=\"open\"/><b/><c>7</c></r>"},
+        {"the root declares the default namespace and the aliases in URI order",
+         [](CXmlTextWriter& w) {
+             w.SetDefaultNamespace(L"urn:d");
+             w.AddNamespace(L"z", L"urn:a");
+             w.AddNamespace(L"y", L"urn:b");
+             w.AddNamespace(L"xsi", kXsi);
+             w.StartElement(L"root", L"urn:d");
+             w.StartElement(L"c", L"urn:b");
+             w.WriteAttribute(L"lang", L"http://www.w3.org/XML/1998/namespace", L"en",
+                              ItemType_string);
+             w.WriteNil();
+             w.EndElement();
+             w.StartElement(L"plain", L"urn:d");
+             w.EndElement();
+             w.EndElement();
+         },
+         L"<root xmlns=\"urn:d\" xmlns:xsi=\"" + xsi +
+             L"\" xmlns:z=\"urn:a\" xmlns:y=\"urn:b\">"
+             L"<y:c xml:lang=\"en\" xsi:nil=\"true\"/><plain/></root>"},
+        {"unknown namespaces get generated prefixes, declared where used",
+         [](CXmlTextWriter& w) {
+             w.SetDefaultNamespace(L"urn:d");
+             w.StartElement(L"root", L"urn:d");
+             // An attribute in the default namespace still needs a prefix.
+             w.WriteAttribute(L"a", L"urn:d", L"1", ItemType_string);
+             w.StartElement(L"x", L"urn:one");
+             w.StartElement(L"y", L"urn:one"); // inherits AB from its parent
+             w.StartElement(L"z", L"urn:two");
+             w.EndElement();
+             w.EndElement();
+             w.EndElement();
+             w.StartElement(L"w", L"urn:two"); // the sibling scope is gone: AB again
+             w.EndElement();
+             w.EndElement();
+         },
+         L"<root xmlns=\"urn:d\" xmlns:AA=\"urn:d\" AA:a=\"1\">"
+         L"<AB:x xmlns:AB=\"urn:one\"><AB:y><AC:z xmlns:AC=\"urn:two\"/></AB:y>"
+         L"</AB:x><AB:w xmlns:AB=\"urn:two\"/></root>"},
+        {"generated prefixes skip taken ones",
+         [](CXmlTextWriter& w) {
+             w.AddNamespace(L"AA", L"urn:taken");
+             w.StartElement(L"r", L"urn:new");
+             w.EndElement();
+         },
+         L"<AB:r xmlns:AB=\"urn:new\" xmlns:AA=\"urn:taken\"/>"},
+        {"namespace URIs are escaped in declarations",
+         [](CXmlTextWriter& w) {
+             w.StartElement(L"r", L"urn:a?b=\"1\"&c=<2>");
+             w.EndElement();
+         },
+         L"<AA:r xmlns:AA=\"urn:a?b=&quot;1&quot;&amp;c=&lt;2&gt;\"/>"},
+        {"the end tag repeats the start tag's prefix",
+         [](CXmlTextWriter& w) {
+             w.StartElement(L"r", L"urn:x");
+             w.AddNamespace(L"late", L"urn:x");
+             w.WriteElementText(L"t", ItemType_string, false);
+             w.EndElement();
+         },
+         L"<AA:r xmlns:AA=\"urn:x\">t</AA:r>"},
+        {"xsi:type uses the prefix of the type namespace, declared on the spot",
+         [](CXmlTextWriter& w) {
+             w.SetDefaultNamespace(L"urn:d");
+             w.StartElement(L"root", L"urn:d");
+             w.WriteXsiType(L"urn:d", L"Local", ItemType_string);
+             w.StartElement(L"c", L"urn:d");
+             // A new type namespace is declared followed by two spaces.
+             w.WriteXsiType(L"urn:t", L"Derived", ItemType_string);
+             w.WriteXsiType(L"urn:t", L"Again", ItemType_string);
+             w.EndElement();
+             w.EndElement();
+         },
+         L"<root xmlns=\"urn:d\" xmlns:AA=\"" + xsi +
+             L"\" AA:type=\"Local\">"
+             L"<c xmlns:AB=\"urn:t\"  AA:type=\"AB:Derived\" AA:type=\"AB:Again\"/></root>"},
+    };
+    for (const DocumentCase& c : cases) {
+        Fixture f;
+        f.writer.SetFormatting(false);
+        c.write(f.writer);
+        EXPECT_EQ(f.Text(), c.expected) << c.what;
+    }
 }
 
 TEST(XmlTextWriter, DeclarationNamesOnlyUtf8AndUtf16)
@@ -167,28 +268,6 @@ TEST(XmlTextWriter, FormattingIndentsChildrenButNotTextOnlyElements)
     EXPECT_EQ(f.writer.GetIndentChars(), L"  ");
 }
 
-TEST(XmlTextWriter, EmptyOrDefaultValuesLeaveTheElementEmpty)
-{
-    Fixture f;
-    f.writer.SetFormatting(false);
-    EXPECT_FALSE(f.writer.GetWriteDefaultElementValues());
-    f.writer.StartElement(L"r", L"");
-    f.writer.StartElement(L"a", L"");
-    f.writer.WriteElementText(L"", ItemType_string, false);
-    f.writer.WriteElementText(nullptr, ItemType_string, false);
-    f.writer.WriteAttribute(L"still", L"", L"open", ItemType_string); // start tag is still open
-    f.writer.EndElement();
-    f.writer.StartElement(L"b", L"");
-    f.writer.WriteElementText(L"7", ItemType_i4, true);
-    f.writer.EndElement();
-    f.writer.SetWriteDefaultElementValues(true);
-    f.writer.StartElement(L"c", L"");
-    f.writer.WriteElementText(L"7", ItemType_i4, true);
-    f.writer.EndElement();
-    f.writer.EndElement();
-    EXPECT_EQ(f.Text(), L"<r><a still=\"open\"/><b/><c>7</c></r>");
-}
-
 TEST(XmlTextWriter, CommentsAndRawTextLandWhereTheStreamStands)
 {
     Fixture f;
@@ -203,69 +282,6 @@ TEST(XmlTextWriter, CommentsAndRawTextLandWhereTheStreamStands)
                         L"<raw & block/>\n\n"
                         L" \n<raw & line/>\n"
                         L"/>\n");
-}
-
-TEST(XmlTextWriter, RootDeclaresDefaultNamespaceAndAliasesInUriOrder)
-{
-    Fixture f;
-    f.writer.SetFormatting(false);
-    f.writer.SetDefaultNamespace(L"urn:d");
-    f.writer.AddNamespace(L"z", L"urn:a");
-    f.writer.AddNamespace(L"y", L"urn:b");
-    f.writer.AddNamespace(L"xsi", kXsi);
-    f.writer.StartElement(L"root", L"urn:d");
-    f.writer.StartElement(L"c", L"urn:b");
-    f.writer.WriteAttribute(L"lang", L"http://www.w3.org/XML/1998/namespace", L"en",
-                            ItemType_string);
-    f.writer.WriteNil();
-    f.writer.EndElement();
-    f.writer.StartElement(L"plain", L"urn:d");
-    f.writer.EndElement();
-    f.writer.EndElement();
-    EXPECT_EQ(f.Text(), L"<root xmlns=\"urn:d\" xmlns:xsi=\"" + std::wstring(kXsi) +
-                            L"\" xmlns:z=\"urn:a\" xmlns:y=\"urn:b\">"
-                            L"<y:c xml:lang=\"en\" xsi:nil=\"true\"/><plain/></root>");
-}
-
-TEST(XmlTextWriter, UnknownNamespacesGetGeneratedPrefixesDeclaredWhereUsed)
-{
-    Fixture f;
-    f.writer.SetFormatting(false);
-    f.writer.SetDefaultNamespace(L"urn:d");
-    f.writer.StartElement(L"root", L"urn:d");
-    // An attribute in the default namespace still needs a prefix.
-    f.writer.WriteAttribute(L"a", L"urn:d", L"1", ItemType_string);
-    f.writer.StartElement(L"x", L"urn:one");
-    f.writer.StartElement(L"y", L"urn:one"); // inherits AB from its parent
-    f.writer.StartElement(L"z", L"urn:two");
-    f.writer.EndElement();
-    f.writer.EndElement();
-    f.writer.EndElement();
-    f.writer.StartElement(L"w", L"urn:two"); // the sibling scope is gone: AB again
-    f.writer.EndElement();
-    f.writer.EndElement();
-    EXPECT_EQ(f.Text(), L"<root xmlns=\"urn:d\" xmlns:AA=\"urn:d\" AA:a=\"1\">"
-                        L"<AB:x xmlns:AB=\"urn:one\"><AB:y><AC:z xmlns:AC=\"urn:two\"/></AB:y>"
-                        L"</AB:x><AB:w xmlns:AB=\"urn:two\"/></root>");
-}
-
-TEST(XmlTextWriter, XsiTypeUsesThePrefixOfTheTypeNamespace)
-{
-    Fixture f;
-    f.writer.SetFormatting(false);
-    f.writer.SetDefaultNamespace(L"urn:d");
-    f.writer.StartElement(L"root", L"urn:d");
-    f.writer.WriteXsiType(L"urn:d", L"Local", ItemType_string);
-    f.writer.StartElement(L"c", L"urn:d");
-    // A new type namespace is declared on the spot, followed by two spaces.
-    f.writer.WriteXsiType(L"urn:t", L"Derived", ItemType_string);
-    f.writer.WriteXsiType(L"urn:t", L"Again", ItemType_string);
-    f.writer.EndElement();
-    f.writer.EndElement();
-    EXPECT_EQ(f.Text(), L"<root xmlns=\"urn:d\" xmlns:AA=\"" + std::wstring(kXsi) +
-                            L"\" AA:type=\"Local\">"
-                            L"<c xmlns:AB=\"urn:t\"  AA:type=\"AB:Derived\" AA:type=\"AB:Again\"/>"
-                            L"</root>");
 }
 
 TEST(XmlTextWriter, NamespacesAddedInsideElementsChangeOnlyThatScope)
@@ -295,26 +311,8 @@ TEST(XmlTextWriter, NamespacesAddedInsideElementsChangeOnlyThatScope)
     EXPECT_EQ(f.Text(), L"<root><a><p:b><c/></p:b></a><AA:b xmlns:AA=\"urn:p\"/></root>");
 }
 
-TEST(XmlTextWriter, EndTagRepeatsTheStartTagPrefix)
+TEST(XmlTextWriter, GeneratedPrefixesRunPastZ)
 {
-    Fixture f;
-    f.writer.SetFormatting(false);
-    f.writer.StartElement(L"r", L"urn:x");
-    f.writer.AddNamespace(L"late", L"urn:x");
-    f.writer.WriteElementText(L"t", ItemType_string, false);
-    f.writer.EndElement();
-    EXPECT_EQ(f.Text(), L"<AA:r xmlns:AA=\"urn:x\">t</AA:r>");
-}
-
-TEST(XmlTextWriter, GeneratedPrefixesSkipTakenOnesAndRunPastZ)
-{
-    Fixture f;
-    f.writer.SetFormatting(false);
-    f.writer.AddNamespace(L"AA", L"urn:taken");
-    f.writer.StartElement(L"r", L"urn:new");
-    f.writer.EndElement();
-    EXPECT_EQ(f.Text(), L"<AB:r xmlns:AB=\"urn:new\" xmlns:AA=\"urn:taken\"/>");
-
     Fixture g;
     g.writer.SetFormatting(false);
     g.writer.StartElement(L"r", L"");
@@ -331,15 +329,6 @@ TEST(XmlTextWriter, GeneratedPrefixesSkipTakenOnesAndRunPastZ)
         }
     }
     EXPECT_EQ(prefix, L"[A"); // the 677th: 'A' + 26 comes after 'Z'
-}
-
-TEST(XmlTextWriter, NamespaceUrisAreEscapedInDeclarations)
-{
-    Fixture f;
-    f.writer.SetFormatting(false);
-    f.writer.StartElement(L"r", L"urn:a?b=\"1\"&c=<2>");
-    f.writer.EndElement();
-    EXPECT_EQ(f.Text(), L"<AA:r xmlns:AA=\"urn:a?b=&quot;1&quot;&amp;c=&lt;2&gt;\"/>");
 }
 
 TEST(XmlTextWriter, FlushesAfterEachConstructOnceTheStreamHolds4096Characters)

@@ -304,25 +304,18 @@ TEST(BinaryData, Base64RoundTripAgainstReference)
     EXPECT_EQ(ToBytes(back), big);
 }
 
-TEST(BinaryData, Base64EdgeCases)
+// What decoding does (skipping blanks and '=', dropping an incomplete last
+// symbol, reading characters by their low seven bits) is held to the
+// reference decoder below; here only what a failure leaves behind.
+TEST(BinaryData, FailedBase64DecodeHoldsAnEmptyBuffer)
 {
-    EXPECT_EQ(FromBytes({0x00}).GetAsBase64(), L"AA==");
-    EXPECT_EQ(FromBytes({0xFF, 0xFE}).GetAsBase64(), L"//4=");
     CBinaryData d;
-    // '=' is skipped wherever it is, an incomplete last symbol's bits are
-    // dropped, and characters are read by their low seven bits (U+0159 is 'Y').
-    for (const wchar_t* text : {L" Y W\nJ j ", L"YW=Jj", L"YWJjZ", L"\u0159\u0157\u014A\u016A"}) {
-        d.SetAsBase64(text);
-        EXPECT_EQ(ToBytes(d), (Bytes{0x61, 0x62, 0x63})) << Narrow(text);
-    }
     d.SetAsBase64(L"YWJj!YWJj");
     EXPECT_EQ(d.GetLength(), 0u);
-    EXPECT_NE(d.GetData(), nullptr) << "a failed decode holds an empty buffer";
+    EXPECT_NE(d.GetData(), nullptr);
     EXPECT_TRUE(d != CBinaryData());
     EXPECT_NO_THROW(d[0]);
     EXPECT_THROW_MSG(d[1], CVxException, L"Index Out of range [1]");
-    d.SetAsBase64(L"====");
-    EXPECT_EQ(d.GetLength(), 0u);
 }
 
 // Random text mixing symbols, blanks, '=' and characters above U+007F in any

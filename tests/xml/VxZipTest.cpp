@@ -102,38 +102,24 @@ TEST(VxZip, InteroperatesWithGzipAndPythonZlib)
     EXPECT_EQ(ToBytes(value), xml);
 }
 
+// Plain, truncated and trailing input, and output as long as the input, are
+// replayed from the zip fuzz corpus; a checksum that does not match is not.
 TEST(VxZip, NonCompressedInputIsUntouched)
 {
     const Bytes xml = SampleXml(50);
     EXPECT_EQ(DecompressCopy(xml), std::make_pair(xml, false));
-    EXPECT_EQ(DecompressCopy({0x1F}), std::make_pair(Bytes{0x1F}, false));
     CBinaryData gz = FromBytes(xml);
     CVxZip().Compress(gz, Compression_GZip);
     const Bytes full = ToBytes(gz);
-    // Truncations, a flipped byte (the CRC no longer matches) and bytes after
-    // the end all leave the input as it was.
-    std::vector<Bytes> damaged;
-    for (size_t cut = 1; cut < full.size(); cut += 7) {
-        damaged.emplace_back(full.begin(), full.begin() + cut);
-    }
     for (size_t pos : {size_t{3}, full.size() / 2, full.size() - 5}) {
-        damaged.push_back(full);
-        damaged.back()[pos] ^= 0x55;
+        Bytes damaged = full;
+        damaged[pos] ^= 0x55;
+        EXPECT_EQ(DecompressCopy(damaged), std::make_pair(damaged, false)) << pos;
     }
-    damaged.push_back(full);
-    damaged.back().push_back('x');
-    for (const Bytes& in : damaged) {
-        ASSERT_EQ(DecompressCopy(in), std::make_pair(in, false)) << testing::PrintToString(in);
-    }
-
     CBinaryData plain = FromBytes(xml);
     const unsigned char* before = plain.GetData();
     EXPECT_FALSE(CVxZip().Decompress(plain));
     EXPECT_EQ(plain.GetData(), before);
-    unsigned char* none = nullptr;
-    uint32_t zero = 0;
-    CVxZip().Decompress(none, zero);
-    EXPECT_EQ(none, nullptr);
 }
 
 TEST(VxZip, CompressionThatDoesNotShrinkFails)
@@ -165,18 +151,4 @@ TEST(VxZip, CompressionThatDoesNotShrinkFails)
     CBinaryData empty;
     CVxZip().Compress(empty, Compression_GZip);
     EXPECT_EQ(empty.GetData(), nullptr);
-}
-
-TEST(VxZip, OutputAsLongAsTheInputIsRefused)
-{
-    // Found by fuzzing: these 52 bytes compress to exactly 52 bytes as a
-    // zlib stream, which used to be accepted although nothing was saved.
-    const Bytes input = {0x1F, 0x8B, 0x08, 0x00, 0xD7, 0x32, 0x02, 0x6B, 0x02, 0xFF, 0x4B,
-                         0x4C, 0x4A, 0x4E, 0x24, 0x17, 0x01, 0x00, 0x2D, 0xFA, 0x91, 0xE1,
-                         0x3C, 0x00, 0x00, 0x4A, 0x1F, 0x8B, 0x05, 0x00, 0xD7, 0x32, 0x02,
-                         0x6B, 0x02, 0xFF, 0x4B, 0x49, 0x4D, 0x4B, 0x21, 0x17, 0x01, 0x00,
-                         0xD8, 0xF7, 0x47, 0x9D, 0x3C, 0x00, 0x00, 0x00};
-    CBinaryData d = FromBytes(input);
-    EXPECT_THROW(CVxZip().Compress(d, Compression_ZLib), CVxException);
-    EXPECT_EQ(ToBytes(d), input);
 }

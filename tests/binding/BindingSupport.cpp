@@ -575,18 +575,10 @@ std::string ValidateWithXmllint(const std::vector<std::string>& files)
         for (size_t i = first; i < files.size() && i < first + 100; ++i) {
             command += " '" + files[i] + "'";
         }
-        command += " 2>&1";
-        FILE* pipe = popen(command.c_str(), "r");
-        if (pipe == nullptr) {
-            return "cannot run xmllint";
-        }
-        std::string output;
-        char buffer[4096];
-        while (size_t n = std::fread(buffer, 1, sizeof buffer, pipe)) {
-            output.append(buffer, n);
-        }
-        if (pclose(pipe) != 0) {
-            report += output;
+        int status = -1;
+        const std::string output = Shell(command + " 2>&1", &status);
+        if (status != 0) {
+            report += output.empty() ? "cannot run xmllint" : output;
         }
     }
     return report;

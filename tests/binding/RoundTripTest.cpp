@@ -11,26 +11,6 @@ using namespace bt;
 
 namespace {
 
-std::wstring Wide(const std::string& s)
-{
-    return std::wstring(s.begin(), s.end());
-}
-
-class TempDir
-{
-public:
-    TempDir()
-    {
-        char pattern[] = "/tmp/vxxml_binding_XXXXXX";
-        m_path = mkdtemp(pattern);
-    }
-    ~TempDir() { std::filesystem::remove_all(m_path); }
-    std::string File(const std::string& name) const { return m_path + "/" + name; }
-
-private:
-    std::string m_path;
-};
-
 // The ways a document goes out and comes back in.
 void RoundTrip(const CXmlGeneratedClass& original, CXmlGeneratedClass& copy, int way,
                const CSerializationContext& context, const std::string& file)

@@ -11,18 +11,6 @@ using namespace VxXmlLib16;
 
 namespace {
 
-using Bytes = std::vector<unsigned char>;
-
-Bytes ToBytes(const CBinaryData& d)
-{
-    return d.GetLength() ? Bytes(d.GetData(), d.GetData() + d.GetLength()) : Bytes{};
-}
-
-CBinaryData FromBytes(const Bytes& b)
-{
-    return CBinaryData(b.data(), static_cast<uint32_t>(b.size()));
-}
-
 Bytes RandomBytes(std::mt19937& rng, size_t n)
 {
     Bytes b(n);

@@ -13,8 +13,6 @@ using namespace VxXmlLib16;
 
 namespace {
 
-using Bytes = std::vector<unsigned char>;
-
 // glibc's iconv is the independent oracle. Sets ok to whether it took the
 // whole input.
 Bytes Iconv(const char* from, const char* to, const void* data, size_t size, bool& ok)
@@ -36,11 +34,6 @@ Bytes FromWide(const std::wstring& text, const char* to)
     const Bytes out = Iconv("WCHAR_T", to, text.data(), text.size() * sizeof(wchar_t), ok);
     EXPECT_TRUE(ok);
     return out;
-}
-
-Bytes ToBytes(const CBinaryData& d)
-{
-    return d.GetLength() ? Bytes(d.GetData(), d.GetData() + d.GetLength()) : Bytes{};
 }
 
 // Random scalar values from every UTF-8 length class, astral ones included.

@@ -22,20 +22,10 @@ using xmltest::Dump;
 namespace {
 
 // One scratch directory for the files of this test file, removed at exit.
-const struct Scratch
-{
-    std::string dir = ::testing::TempDir() + "vxxml_reader_" + std::to_string(getpid());
-    Scratch() { std::filesystem::create_directories(dir); }
-    ~Scratch() { std::filesystem::remove_all(dir); }
-} g_scratch;
+const TempDir g_scratch;
 
 // The pipe tests close their read end while a writer may still be writing.
 const bool g_sigpipeIgnored = std::signal(SIGPIPE, SIG_IGN) != SIG_ERR;
-
-std::wstring Wide(const std::string& s)
-{
-    return std::wstring(s.begin(), s.end());
-}
 
 // Loads with `load`; returns the tree, or the error as "error: <message>".
 template <class F> std::wstring Try(CXmlDocument& doc, F load)
@@ -60,7 +50,7 @@ std::wstring Outcome(const std::string& bytes,
         doc.LoadXmlStream(reinterpret_cast<unsigned char*>(copy.data()),
                           static_cast<uint32_t>(copy.size()));
     });
-    const std::string file = g_scratch.dir + "/in.xml";
+    const std::string file = g_scratch.File("in.xml");
     std::ofstream(file, std::ios::binary) << bytes;
     const std::wstring fromFile = Try(doc, [&] { doc.Load(Wide(file).c_str()); });
     return memory == fromFile ? memory : L"memory: " + memory + L" / file: " + fromFile;
@@ -100,19 +90,6 @@ std::string Utf16(const std::u16string& s, bool bigEndian)
     std::string out(reinterpret_cast<const char*>(s.data()), s.size() * 2); // little-endian host
     for (size_t i = 0; bigEndian && i < out.size(); i += 2) {
         std::swap(out[i], out[i + 1]);
-    }
-    return out;
-}
-
-std::string Shell(const std::string& command)
-{
-    std::string out;
-    if (FILE* p = popen(command.c_str(), "r")) {
-        char buf[4096];
-        for (size_t n; (n = fread(buf, 1, sizeof buf, p)) > 0;) {
-            out.append(buf, n);
-        }
-        pclose(p);
     }
     return out;
 }
@@ -173,9 +150,9 @@ TEST(ExpatReader, MalformedInputReportsExpatMessageAndLine)
     EXPECT_THROW_MSG(doc.LoadXml(L""), CVxException, L"Invalid or empty XML document");
     EXPECT_THROW_MSG(doc.LoadXmlStream(nullptr, 0), CVxException, L"Invalid or empty XML document");
     // A directory opens but cannot be read (EISDIR).
-    EXPECT_THROW_MSG(doc.Load(Wide(g_scratch.dir).c_str()), CVxException,
+    EXPECT_THROW_MSG(doc.Load(Wide(g_scratch.path.string()).c_str()), CVxException,
                      L"Failed to read the contents of the file. Error [0x00000015]");
-    const std::wstring missing = Wide(g_scratch.dir) + L"/missing.xml";
+    const std::wstring missing = Wide(g_scratch.path.string()) + L"/missing.xml";
     EXPECT_THROW_MSG(doc.Load(missing.c_str()), CVxException,
                      L"Failed to open the file [" + missing +
                          L"]. Error [0x00000002] No such file or directory");
@@ -297,7 +274,7 @@ TEST(ExpatReader, CompressedInputIsDecompressedFirst)
     const std::string xml = GeneratedDocument(20000);
     ASSERT_GT(xml.size(), 0x20000u * 3);
     const std::wstring expected = Outcome(xml);
-    const std::string plain = g_scratch.dir + "/plain.xml";
+    const std::string plain = g_scratch.File("plain.xml");
     std::ofstream(plain, std::ios::binary) << xml;
     const std::string gz = Compressed(xml, Compression_GZip);
     // gzip(1) is an independent producer; two gzip members are one stream,

@@ -18,13 +18,6 @@ using namespace VxXmlLib16;
 
 namespace {
 
-using Bytes = std::vector<unsigned char>;
-
-Bytes ToBytes(const CBinaryData& d)
-{
-    return d.GetLength() ? Bytes(d.GetData(), d.GetData() + d.GetLength()) : Bytes{};
-}
-
 Bytes ReadFile(const std::string& path)
 {
     std::ifstream in(path, std::ios::binary);
@@ -40,16 +33,10 @@ std::ptrdiff_t OpenDescriptors()
 class FileStreams : public ::testing::Test
 {
 protected:
-    void SetUp() override { ASSERT_NE(mkdtemp(m_dir.data()), nullptr); }
-    void TearDown() override { std::system(("rm -rf '" + m_dir + "'").c_str()); }
-    std::string Path(const std::string& name) const { return m_dir + "/" + name; }
-    std::wstring WPath(const std::string& name) const
-    {
-        const std::string p = Path(name);
-        return std::wstring(p.begin(), p.end());
-    }
+    std::string Path(const std::string& name) const { return m_dir.File(name); }
+    std::wstring WPath(const std::string& name) const { return Wide(Path(name)); }
 
-    std::string m_dir = "/tmp/vxxml-streams-XXXXXX";
+    TempDir m_dir;
 };
 
 } // namespace
@@ -132,8 +119,7 @@ TEST_F(FileStreams, TextFileLifecycle)
     const auto fds = OpenDescriptors();
     // A non-ASCII file name: the wide path is created as its UTF-8 bytes.
     const std::string path = Path("\u00E9t\u00E9 \U0001F600.xml");
-    const std::wstring wpath =
-        std::wstring(m_dir.begin(), m_dir.end()) + L"/\u00E9t\u00E9 \U0001F600.xml";
+    const std::wstring wpath = Wide(m_dir.path.string()) + L"/\u00E9t\u00E9 \U0001F600.xml";
     {
         CFileTextStream s(wpath.c_str(), XmlEncoding_UTF8);
         s.Open();

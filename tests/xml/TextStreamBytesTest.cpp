@@ -12,16 +12,9 @@ using namespace VxXmlLib16;
 
 namespace {
 
-using Bytes = std::vector<unsigned char>;
-
-Bytes ToVector(const CBinaryData& d)
-{
-    return d.GetLength() ? Bytes(d.GetData(), d.GetData() + d.GetLength()) : Bytes{};
-}
-
 Bytes Utf8Of(const std::wstring& text)
 {
-    return ToVector(Utf16ToUtf8(text.data(), text.size()));
+    return ToBytes(Utf16ToUtf8(text.data(), text.size()));
 }
 
 std::wstring ErrorOf(const std::wstring& text)
@@ -92,15 +85,15 @@ TEST(TextStreamBytes, AnswersForAllTextWhateverTheWritesAndReads)
         EXPECT_EQ(s.GetLength(), first.size());
         EXPECT_EQ(s.GetText(), first);
         const CBinaryData early = s.ToBytes();
-        EXPECT_EQ(ToVector(early), Utf8Of(first));
+        EXPECT_EQ(ToBytes(early), Utf8Of(first));
 
         // Writing on after ToBytes and GetText: earlier results stay as
         // they were, later ones cover everything.
         WriteInPieces(s, second, rng);
-        EXPECT_EQ(ToVector(early), Utf8Of(first));
+        EXPECT_EQ(ToBytes(early), Utf8Of(first));
         EXPECT_EQ(s.GetLength(), first.size() + second.size());
-        EXPECT_EQ(ToVector(s.ToBytes()), Utf8Of(first + second)) << "round " << round;
-        EXPECT_EQ(ToVector(s.ToBytes()), Utf8Of(first + second)) << "twice the same";
+        EXPECT_EQ(ToBytes(s.ToBytes()), Utf8Of(first + second)) << "round " << round;
+        EXPECT_EQ(ToBytes(s.ToBytes()), Utf8Of(first + second)) << "twice the same";
         EXPECT_EQ(s.GetText(), first + second);
 
         s.Open();
@@ -122,7 +115,7 @@ TEST(TextStreamBytes, TextWithoutUtf8FormIsKeptAndReportedByToBytes)
             CTextStream s(XmlEncoding_UTF8);
             s.Write(before);
             if (way == 2) {
-                EXPECT_EQ(ToVector(s.ToBytes()), Utf8Of(before)); // bytes handed out first
+                EXPECT_EQ(ToBytes(s.ToBytes()), Utf8Of(before)); // bytes handed out first
             }
             std::wstring middle = L"ab";
             middle += bad;
@@ -147,7 +140,7 @@ TEST(TextStreamBytes, TextWithoutUtf8FormIsKeptAndReportedByToBytes)
             // A reopened stream converts again.
             s.Open();
             s.Write(after);
-            EXPECT_EQ(ToVector(s.ToBytes()), Utf8Of(after));
+            EXPECT_EQ(ToBytes(s.ToBytes()), Utf8Of(after));
         }
     }
 }
@@ -160,6 +153,6 @@ TEST(TextStreamBytes, Utf16StreamsKeepLoneSurrogatesAsCodeUnits)
     text += static_cast<wchar_t>(0xD800);
     CTextStream s(XmlEncoding_UTF16);
     s.Write(text);
-    EXPECT_EQ(ToVector(s.ToBytes()), ToVector(CBinaryData(text.c_str())));
+    EXPECT_EQ(ToBytes(s.ToBytes()), ToBytes(CBinaryData(text.c_str())));
     EXPECT_EQ(s.GetText(), text);
 }

@@ -12,18 +12,6 @@ using namespace VxXmlLib16;
 
 namespace {
 
-using Bytes = std::vector<unsigned char>;
-
-Bytes ToBytes(const CBinaryData& d)
-{
-    return d.GetLength() ? Bytes(d.GetData(), d.GetData() + d.GetLength()) : Bytes{};
-}
-
-CBinaryData FromBytes(const Bytes& b)
-{
-    return CBinaryData(b.data(), static_cast<uint32_t>(b.size()));
-}
-
 // Compressible text resembling a document.
 Bytes SampleXml(size_t elements)
 {
@@ -45,15 +33,11 @@ Bytes RunOn(const Bytes& input, const std::string& command)
     close(fd);
     std::string cmd = command;
     cmd.replace(cmd.find("{}"), 2, path);
-    Bytes out;
-    FILE* p = popen(cmd.c_str(), "r");
-    unsigned char buf[65536];
-    for (size_t n; p && (n = fread(buf, 1, sizeof buf, p)) > 0;) {
-        out.insert(out.end(), buf, buf + n);
-    }
-    EXPECT_EQ(p ? pclose(p) : -1, 0) << cmd;
+    int status = -1;
+    const std::string out = Shell(cmd, &status);
+    EXPECT_EQ(status, 0) << cmd;
     unlink(path);
-    return out;
+    return Bytes(out.begin(), out.end());
 }
 
 // Decompresses a new[] copy through the pointer interface. Returns the result

@@ -645,6 +645,59 @@ CSmartPtr<CXmlObjectBase> VxVariant::GetXmlCollection() const
     return CSmartPtr<CXmlObjectBase>(m_pXmlObject);
 }
 
+const std::wstring& VxVariant::ViewString() const
+{
+    VXXML_REQUIRE_HEAP(m_type == ItemType_string && m_pString != nullptr,
+                       "m_type == ItemType_string && m_pString != 0", L"string");
+    return *m_pString;
+}
+
+const CDecimal& VxVariant::ViewDecimal() const
+{
+    VXXML_REQUIRE_HEAP(m_type == ItemType_decimal && m_pDecimal != nullptr,
+                       "m_type == ItemType_decimal && m_pDecimal != 0", L"decimal");
+    return *m_pDecimal;
+}
+
+const CBigInteger& VxVariant::ViewInteger() const
+{
+    VXXML_REQUIRE_HEAP(m_type == ItemType_integer && m_pBigInteger != nullptr,
+                       "m_type == ItemType_integer && m_pBigInteger != 0", L"integer");
+    return *m_pBigInteger;
+}
+
+const CBinaryData& VxVariant::ViewBinaryData() const
+{
+    const bool isBinary = m_type == ItemType_hexBinary || m_type == ItemType_base64Binary;
+    VXXML_REQUIRE_HEAP(isBinary && m_pBinaryData != nullptr, "binary kind && m_pBinaryData != 0",
+                       L"binary");
+    return *m_pBinaryData;
+}
+
+const CDateTime& VxVariant::ViewDateTime() const
+{
+    const bool isDateTime = m_type == ItemType_date || m_type == ItemType_datetime ||
+                            m_type == ItemType_time || m_type == ItemType_yearMonth ||
+                            m_type == ItemType_monthDay;
+    VXXML_REQUIRE_HEAP(isDateTime && m_pDateTime != nullptr, "date-time kind && m_pDateTime != 0",
+                       L"date-time");
+    return *m_pDateTime;
+}
+
+const CDateTimeSpan& VxVariant::ViewDuration() const
+{
+    VXXML_REQUIRE_HEAP(m_type == ItemType_duration && m_pDateTimeSpan != nullptr,
+                       "m_type == ItemType_duration", L"duration");
+    return *m_pDateTimeSpan;
+}
+
+CXmlObjectBase* VxVariant::ViewXmlObject() const
+{
+    const bool isObject = m_type == ItemType_XmlObjectBase || m_type == ItemType_XmlCollection;
+    VXXML_REQUIRE_HEAP(isObject, "m_type == ItemType_XmlObjectBase", L"XmlObjectBase");
+    return m_pXmlObject;
+}
+
 #undef VXXML_REQUIRE_HEAP
 
 // ---------------------------------------------------------------------------
@@ -720,6 +773,15 @@ std::wstring VxVariant::ToString(const wchar_t* format) const
         throw CVxException(
             FormatString(L"Invalid Type %d to convert to string", static_cast<int>(m_type)));
     }
+}
+
+const std::wstring& VxVariant::ToText(const wchar_t* format, std::wstring& buffer) const
+{
+    if (m_type == ItemType_string) {
+        return Held(m_pString);
+    }
+    buffer = ToString(format);
+    return buffer;
 }
 
 void VxVariant::FromString(std::wstring&& text, ItemType type,

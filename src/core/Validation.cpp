@@ -426,12 +426,14 @@ void CXmlObjectBase::Throw_IfInvalid_decimal(const wchar_t* name, const CDecimal
         OperatorOrder());
     // Digits of the absolute value: leading zeros of the integer part and
     // trailing zeros of the fraction do not count (0.50 has 1 + 1 digits).
-    if (ok && r.GetTotalDigits() > -1) {
-        ok = static_cast<int64_t>(value.GetIntegerDigitCount()) + value.GetFractionDigitCount() <=
-             r.GetTotalDigits();
-    }
-    if (ok && r.GetFractionDigits() > -1) {
-        ok = value.GetFractionDigitCount() <= r.GetFractionDigits();
+    if (ok && (r.GetTotalDigits() > -1 || r.GetFractionDigits() > -1)) {
+        const int64_t fractionDigits = value.GetFractionDigitCount();
+        if (r.GetTotalDigits() > -1) {
+            ok = value.GetIntegerDigitCount() + fractionDigits <= r.GetTotalDigits();
+        }
+        if (ok && r.GetFractionDigits() > -1) {
+            ok = fractionDigits <= r.GetFractionDigits();
+        }
     }
     if (!ok) {
         ThrowInvalid(name, value.ToString());

@@ -1,5 +1,6 @@
 #include "core/NestingGuard.h"
 
+#include <atomic>
 #include <typeinfo>
 #include <vector>
 #include <vxxml/Attribute.h>
@@ -24,23 +25,25 @@ namespace {
 // Whether the object implements INillable and says it is nil. Most classes
 // do not implement it, and a dynamic_cast to an unrelated interface walks the
 // class's whole base chain comparing type names, on every object written.
-// Whether a class implements the interface depends on its type alone, so
-// each thread remembers the last few classes that do not.
+// Whether a class implements the interface depends on its type alone, so the
+// last few classes that do not are remembered, shared by all threads: each
+// slot is written and read whole, and whatever a reader finds in it is a
+// class that was found not to be nillable.
 bool IsNil(const CXmlGeneratedClass& object)
 {
     constexpr size_t kRemembered = 8;
-    thread_local const std::type_info* notNillable[kRemembered] = {};
-    thread_local size_t next = 0;
+    static std::atomic<const std::type_info*> notNillable[kRemembered];
+    static std::atomic<size_t> next{0};
     const std::type_info* type = &typeid(object);
-    for (const std::type_info* known : notNillable) {
-        if (known == type) {
+    for (const auto& known : notNillable) {
+        if (known.load(std::memory_order_relaxed) == type) {
             return false;
         }
     }
     const auto* nillable = dynamic_cast<const INillable*>(&object);
     if (nillable == nullptr) {
-        notNillable[next] = type;
-        next = (next + 1) % kRemembered;
+        notNillable[next.fetch_add(1, std::memory_order_relaxed) % kRemembered].store(
+            type, std::memory_order_relaxed);
         return false;
     }
     return nillable->IsNil();

@@ -2,16 +2,26 @@
 // them for its element and attribute metadata.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <string>
 #include <vxxml/Export.h>
+
+namespace VxXmlLib16::detail {
+class CParsedFacets;
+} // namespace VxXmlLib16::detail
 
 namespace VxXmlLib16Data {
 
 // Facets of a simple type. Text facets are empty and number facets -1 when
 // the schema does not set them. The bounds stay in their lexical form so that
 // one record serves every value type; the checks of CXmlObjectBase convert
-// them with the value type's own conversion each time they are used.
+// them with the value type's own conversion the first time a value of that
+// type is checked and keep the result (and the compiled pattern) inside the
+// record. That cache is built safely when several threads check at once, so
+// one record may be shared by every thread, as generated metadata is. A copy
+// starts with an empty cache of its own; assigning to a record drops its
+// cache (assignment, like any change, must not race with checks).
 class VXXML_API CPrimitiveRestrictions
 {
 public:
@@ -25,6 +35,14 @@ public:
     CPrimitiveRestrictions(const CPrimitiveRestrictions& other);
     CPrimitiveRestrictions& operator=(const CPrimitiveRestrictions& other);
     virtual ~CPrimitiveRestrictions();
+
+    // Whether no facet at all is set: every value passes.
+    bool IsEmpty() const
+    {
+        return m_lMinLength < 0 && m_lMaxLength < 0 && m_lLength < 0 && m_lTotalDigits < 0 &&
+               m_lFractionDigits < 0 && m_strPattern.empty() && m_strMinInclusive.empty() &&
+               m_strMaxInclusive.empty() && m_strMinExclusive.empty() && m_strMaxExclusive.empty();
+    }
 
     // xs:pattern, in XML Schema's regular-expression syntax.
     const std::wstring& GetPattern() const { return m_strPattern; }
@@ -51,6 +69,10 @@ private:
     int32_t m_lLength;
     int32_t m_lTotalDigits;
     int32_t m_lFractionDigits;
+
+    // The facets in the form the checks use, made on first use.
+    friend class VxXmlLib16::detail::CParsedFacets;
+    mutable std::atomic<VxXmlLib16::detail::CParsedFacets*> m_pParsed{nullptr};
 };
 
 } // namespace VxXmlLib16Data

@@ -120,6 +120,20 @@ struct VXXML_API VxVariant
     CSmartPtr<CXmlObjectBase> GetXmlObject() const;
     CSmartPtr<CXmlObjectBase> GetXmlCollection() const;
 
+    // The held value itself, without a copy (and, for objects, without a new
+    // reference): for code that only looks at it while the variant keeps it.
+    // The wrong kind or a nil value fails as the copying getters do.
+    const std::wstring& ViewString() const;
+    const CDecimal& ViewDecimal() const;
+    const CBigInteger& ViewInteger() const;
+    // hexBinary or base64Binary.
+    const CBinaryData& ViewBinaryData() const;
+    // date, datetime, time, yearMonth or monthDay.
+    const CDateTime& ViewDateTime() const;
+    const CDateTimeSpan& ViewDuration() const;
+    // The held object or collection; null when a null one is held.
+    CXmlObjectBase* ViewXmlObject() const;
+
     // The value's lexical form. `format` (may be null) only matters to r4,
     // r8 and decimal values (see CConversions). The nil flag is not looked
     // at; a nil value of a heap kind has nothing to format and throws
@@ -127,6 +141,10 @@ struct VXXML_API VxVariant
     // "Invalid Type %d to convert to string" for the invalid, object and
     // collection kinds.
     std::wstring ToString(const wchar_t* format) const;
+    // The same text without copying a string value: a string is answered in
+    // place, any other kind is formatted into buffer. The result stays valid
+    // while the variant and buffer do not change.
+    const std::wstring& ToText(const wchar_t* format, std::wstring& buffer) const;
     // Parses `text` as `type` and stores it; on failure the conversion's
     // exception leaves the variant unchanged. Types outside 1-26 throw
     // CVxException "Invalid Type %d to convert to string".

@@ -135,9 +135,11 @@ void CAttributeInfoPrimitive::AttributeToXml(const CSerializationContext& contex
         return;
     }
     // A mandatory attribute that was never set fails here, in the variant's
-    // conversion, rather than being left out silently.
-    const std::wstring text =
-        value.ToString(m_strFormatOverride.empty() ? nullptr : m_strFormatOverride.c_str());
+    // conversion, rather than being left out silently. A string value is
+    // written from where it stands, not copied.
+    std::wstring buffer;
+    const std::wstring& text =
+        value.ToText(m_strFormatOverride.empty() ? nullptr : m_strFormatOverride.c_str(), buffer);
     if (m_bOptional && !m_strDefaultValue.empty() &&
         context.GetNoOptionalAttributeDefaultOutput() && text == m_strDefaultValue) {
         return;
@@ -189,12 +191,13 @@ void CAttributeInfoEnum::AttributeToXml(const CSerializationContext& context,
     if (m_bOptional && !value.IsValid()) {
         return;
     }
-    const std::wstring text = OrEmpty(m_pfnEnumToText(value.GetI4()));
+    const wchar_t* text = m_pfnEnumToText(value.GetI4());
+    text = text ? text : L"";
     if (m_bOptional && !m_strDefaultValue.empty() &&
-        context.GetNoOptionalAttributeDefaultOutput() && text == m_strDefaultValue) {
+        context.GetNoOptionalAttributeDefaultOutput() && m_strDefaultValue == text) {
         return;
     }
-    writer->WriteAttribute(m_strAttributeName.c_str(), m_strNamespaceUri.c_str(), text.c_str(),
+    writer->WriteAttribute(m_strAttributeName.c_str(), m_strNamespaceUri.c_str(), text,
                            ItemType_string);
 }
 

@@ -243,8 +243,9 @@ bool CElementInfo::WriteChildObject(const CSerializationContext& context,
     if (value.GetTypeAsEnum() != ItemType_XmlObjectBase) {
         return false;
     }
-    CSmartPtr<CXmlObjectBase> child = value.GetXmlObject();
-    if (!child) {
+    // The variant holds a reference for as long as the child is written.
+    const CXmlObjectBase* child = value.ViewXmlObject();
+    if (child == nullptr) {
         return false;
     }
     child->ToXml_Int(writer, false, namespaceUri, context, flag);
@@ -301,22 +302,29 @@ bool CElementInfo::WriteSimple(const CSerializationContext&, const CXmlGenerated
     if (!value.IsValid()) {
         return false;
     }
-    std::wstring text;
+    const wchar_t* text;
     ItemType kind = ItemType_string;
+    bool isDefault;
+    std::wstring buffer;
     if (enumToText) {
-        text = OrEmpty(enumToText(value.GetI4()));
+        text = enumToText(value.GetI4());
+        text = text ? text : L"";
+        isDefault = !m_strDefaultValue.empty() && m_strDefaultValue == text;
     } else {
-        text = value.ToString(m_strFormatOverride.empty() ? nullptr : m_strFormatOverride.c_str());
+        // A string value is written from where it stands, not copied.
+        const std::wstring& lexical = value.ToText(
+            m_strFormatOverride.empty() ? nullptr : m_strFormatOverride.c_str(), buffer);
+        text = lexical.c_str();
         kind = value.GetTypeAsEnum();
-    }
-    // A value equal to the schema default is written as it is: the schema
-    // accepted the default, so its facets are not checked again.
-    const bool isDefault = !m_strDefaultValue.empty() && text == m_strDefaultValue;
-    if (!isDefault && !enumToText) {
-        CheckRestriction(value);
+        // A value equal to the schema default is written as it is: the schema
+        // accepted the default, so its facets are not checked again.
+        isDefault = !m_strDefaultValue.empty() && lexical == m_strDefaultValue;
+        if (!isDefault) {
+            CheckRestriction(value);
+        }
     }
     writer->StartElement(m_strElementName.c_str(), m_strNamespaceUri.c_str());
-    writer->WriteElementText(text.c_str(), kind, isDefault);
+    writer->WriteElementText(text, kind, isDefault);
     writer->EndElement();
     return true;
 }
@@ -333,7 +341,7 @@ void CElementInfo::MergedChildAttributesToXml(const CSerializationContext& conte
     if (value.GetTypeAsEnum() != ItemType_XmlObjectBase) {
         return;
     }
-    if (CSmartPtr<CXmlObjectBase> child = value.GetXmlObject()) {
+    if (const CXmlObjectBase* child = value.ViewXmlObject()) {
         AttributesToXml_Int(child, writer, context);
     }
 }

@@ -23,11 +23,17 @@ void CXmlObjectBase::Throw_IfInvalidValue(const wchar_t* name, const VxVariant& 
         return;
     }
     const ItemType type = value.GetTypeAsEnum();
+    // Without facets every value of a known kind passes; only an unknown
+    // kind still has to be refused.
+    if (r.IsEmpty() && type >= ItemType_hexBinary && type <= ItemType_integer) {
+        return;
+    }
+    // The checks look at the held values in place: no copies.
     switch (type) {
     case ItemType_hexBinary:
-        return Throw_IfInvalid_hexBinary(name, value.GetHexBinary(), r);
+        return Throw_IfInvalid_hexBinary(name, value.ViewBinaryData(), r);
     case ItemType_base64Binary:
-        return Throw_IfInvalid_base64Binary(name, value.GetBase64Binary(), r);
+        return Throw_IfInvalid_base64Binary(name, value.ViewBinaryData(), r);
     case ItemType_i1:
         return Throw_IfInvalid_i1(name, value.GetI1(), r);
     case ItemType_i2:
@@ -49,11 +55,11 @@ void CXmlObjectBase::Throw_IfInvalidValue(const wchar_t* name, const VxVariant& 
     case ItemType_r8:
         return Throw_IfInvalid_r8(name, value.GetR8(), r);
     case ItemType_duration:
-        return Throw_IfInvalid_duration(name, value.GetDuration(), r);
+        return Throw_IfInvalid_duration(name, value.ViewDuration(), r);
     case ItemType_yearMonth:
-        return Throw_IfInvalid_yearMonth(name, value.GetYearMonth(), r);
+        return Throw_IfInvalid_yearMonth(name, value.ViewDateTime(), r);
     case ItemType_monthDay:
-        return Throw_IfInvalid_monthDay(name, value.GetMonthDay(), r);
+        return Throw_IfInvalid_monthDay(name, value.ViewDateTime(), r);
     case ItemType_year:
         return Throw_IfInvalid_year(name, value.GetYear(), r);
     case ItemType_month:
@@ -61,21 +67,21 @@ void CXmlObjectBase::Throw_IfInvalidValue(const wchar_t* name, const VxVariant& 
     case ItemType_day:
         return Throw_IfInvalid_day(name, value.GetDay(), r);
     case ItemType_date:
-        return Throw_IfInvalid_date(name, value.GetDate(), r);
+        return Throw_IfInvalid_date(name, value.ViewDateTime(), r);
     case ItemType_datetime:
-        return Throw_IfInvalid_datetime(name, value.GetDateTime(), r);
+        return Throw_IfInvalid_datetime(name, value.ViewDateTime(), r);
     case ItemType_time:
-        return Throw_IfInvalid_time(name, value.GetTime(), r);
+        return Throw_IfInvalid_time(name, value.ViewDateTime(), r);
     case ItemType_char:
         return Throw_IfInvalid_char(name, value.GetChar(), r);
     case ItemType_string:
-        return Throw_IfInvalid_string(name, value.GetString(), r);
+        return Throw_IfInvalid_string(name, value.ViewString(), r);
     case ItemType_boolean:
         return Throw_IfInvalid_boolean(name, value.GetBoolean(), r);
     case ItemType_decimal:
-        return Throw_IfInvalid_decimal(name, value.GetDecimal(), r);
+        return Throw_IfInvalid_decimal(name, value.ViewDecimal(), r);
     case ItemType_integer:
-        return Throw_IfInvalid_integer(name, value.GetInteger(), r);
+        return Throw_IfInvalid_integer(name, value.ViewInteger(), r);
     default:
         break;
     }

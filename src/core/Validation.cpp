@@ -1,5 +1,6 @@
 // The facet checks of CXmlObjectBase and the record of facets they read.
 
+#include "core/ParsedFacets.h"
 #include "core/XsdPattern.h"
 
 #include <cinttypes>
@@ -14,6 +15,29 @@
 #include <vxxml/FormatString.h>
 #include <vxxml/PrimitiveRestrictions.h>
 #include <vxxml/XmlObjectBase.h>
+
+namespace VxXmlLib16::detail {
+
+CParsedFacets::~CParsedFacets()
+{
+    for (auto& slot : m_bounds) {
+        delete slot.load(std::memory_order_acquire);
+    }
+    delete m_pPattern.load(std::memory_order_acquire);
+}
+
+const CXsdPattern& CParsedFacets::Pattern(const VxXmlLib16Data::CPrimitiveRestrictions& r)
+{
+    // The process-wide cache compiles each pattern text once (and remembers
+    // the error of one that fails); keeping its answer here saves the lookup
+    // by text on every check.
+    return **PublishOnce(m_pPattern, [&] {
+        return std::make_unique<std::shared_ptr<const CXsdPattern>>(
+            CXsdPattern::Get(r.GetPattern()));
+    });
+}
+
+} // namespace VxXmlLib16::detail
 
 namespace VxXmlLib16Data {
 
@@ -42,10 +66,38 @@ CPrimitiveRestrictions::CPrimitiveRestrictions(const wchar_t* pattern, int32_t m
 {
 }
 
-CPrimitiveRestrictions::CPrimitiveRestrictions(const CPrimitiveRestrictions& other) = default;
-CPrimitiveRestrictions&
-CPrimitiveRestrictions::operator=(const CPrimitiveRestrictions& other) = default;
-CPrimitiveRestrictions::~CPrimitiveRestrictions() = default;
+CPrimitiveRestrictions::CPrimitiveRestrictions(const CPrimitiveRestrictions& other)
+    : m_strPattern(other.m_strPattern), m_lMinLength(other.m_lMinLength),
+      m_lMaxLength(other.m_lMaxLength), m_strMinInclusive(other.m_strMinInclusive),
+      m_strMaxInclusive(other.m_strMaxInclusive), m_strMinExclusive(other.m_strMinExclusive),
+      m_strMaxExclusive(other.m_strMaxExclusive), m_lLength(other.m_lLength),
+      m_lTotalDigits(other.m_lTotalDigits), m_lFractionDigits(other.m_lFractionDigits)
+{
+}
+
+CPrimitiveRestrictions& CPrimitiveRestrictions::operator=(const CPrimitiveRestrictions& other)
+{
+    if (this != &other) {
+        m_strPattern = other.m_strPattern;
+        m_lMinLength = other.m_lMinLength;
+        m_lMaxLength = other.m_lMaxLength;
+        m_strMinInclusive = other.m_strMinInclusive;
+        m_strMaxInclusive = other.m_strMaxInclusive;
+        m_strMinExclusive = other.m_strMinExclusive;
+        m_strMaxExclusive = other.m_strMaxExclusive;
+        m_lLength = other.m_lLength;
+        m_lTotalDigits = other.m_lTotalDigits;
+        m_lFractionDigits = other.m_lFractionDigits;
+        // What was parsed from the old facets no longer applies.
+        delete m_pParsed.exchange(nullptr, std::memory_order_acq_rel);
+    }
+    return *this;
+}
+
+CPrimitiveRestrictions::~CPrimitiveRestrictions()
+{
+    delete m_pParsed.load(std::memory_order_acquire);
+}
 
 } // namespace VxXmlLib16Data
 
@@ -55,22 +107,44 @@ namespace {
 using VxXmlLib16Data::CPrimitiveRestrictions;
 constexpr auto kCollapse = CWhitespaceUtils::WhitespaceRule_Collapse;
 
+using detail::CParsedBounds;
+using detail::CParsedFacets;
+
 // The four bound facets, in the order every check applies them. compare(a, b)
 // is negative, zero or positive as a is below, equal to or above b; convert
-// reads a bound. NaN-like values that compare false everywhere fail.
+// reads a bound of kind (once per record and kind: the result is kept).
+// NaN-like values that compare false everywhere fail.
 template <class T, class Convert, class Compare>
-bool WithinBounds(const T& value, const CPrimitiveRestrictions& r, Convert convert, Compare compare)
+bool WithinBounds(const T& value, const CPrimitiveRestrictions& r, ItemType kind, Convert convert,
+                  Compare compare)
 {
-    if (!r.GetMinInclusive().empty() && !(compare(value, convert(r.GetMinInclusive())) >= 0)) {
+    if (r.GetMinInclusive().empty() && r.GetMaxInclusive().empty() && r.GetMinExclusive().empty() &&
+        r.GetMaxExclusive().empty()) {
+        return true;
+    }
+    const CParsedBounds<T>& bounds = CParsedFacets::Of(r).Bounds<T>(r, kind, convert);
+    using Which = typename CParsedBounds<T>::Which;
+    const auto order = [&](Which which) {
+        if (const T* bound = bounds.Get(which)) {
+            return compare(value, *bound);
+        }
+        // Throws the conversion's exception, as it did when the bound was read.
+        return compare(value, convert(CParsedBounds<T>::Text(r, which)));
+    };
+    if (bounds.IsPresent(CParsedBounds<T>::MinInclusive) &&
+        !(order(CParsedBounds<T>::MinInclusive) >= 0)) {
         return false;
     }
-    if (!r.GetMaxInclusive().empty() && !(compare(value, convert(r.GetMaxInclusive())) <= 0)) {
+    if (bounds.IsPresent(CParsedBounds<T>::MaxInclusive) &&
+        !(order(CParsedBounds<T>::MaxInclusive) <= 0)) {
         return false;
     }
-    if (!r.GetMinExclusive().empty() && !(compare(value, convert(r.GetMinExclusive())) > 0)) {
+    if (bounds.IsPresent(CParsedBounds<T>::MinExclusive) &&
+        !(order(CParsedBounds<T>::MinExclusive) > 0)) {
         return false;
     }
-    if (!r.GetMaxExclusive().empty() && !(compare(value, convert(r.GetMaxExclusive())) < 0)) {
+    if (bounds.IsPresent(CParsedBounds<T>::MaxExclusive) &&
+        !(order(CParsedBounds<T>::MaxExclusive) < 0)) {
         return false;
     }
     return true;
@@ -137,6 +211,24 @@ bool TotalDigitsOk(const std::wstring& lexical, const CPrimitiveRestrictions& r)
            static_cast<int64_t>(lexical.size()) <= static_cast<int64_t>(r.GetTotalDigits());
 }
 
+// The length of an integer's lexical form (digits, and the minus sign), as
+// TotalDigitsOk counts it, without building the text.
+template <class T> int64_t LexicalLength(T value)
+{
+    using U = std::make_unsigned_t<T>;
+    int64_t length = 1;
+    U magnitude = static_cast<U>(value);
+    if (value < 0) {
+        magnitude = static_cast<U>(U(0) - magnitude);
+        ++length;
+    }
+    while (magnitude >= 10) {
+        magnitude = static_cast<U>(magnitude / 10);
+        ++length;
+    }
+    return length;
+}
+
 // Lengths in characters or bytes: minLength, maxLength, length.
 bool LengthOk(size_t n, const CPrimitiveRestrictions& r)
 {
@@ -155,13 +247,14 @@ bool LengthOk(size_t n, const CPrimitiveRestrictions& r)
 
 // The integer kinds differ only in type and conversion functions.
 template <class T, class FromString, class ToString>
-void CheckInteger(const wchar_t* name, T value, const CPrimitiveRestrictions& r,
+void CheckInteger(const wchar_t* name, ItemType kind, T value, const CPrimitiveRestrictions& r,
                   FromString fromString, ToString toString, bool messageAsText)
 {
-    const bool ok = WithinBounds(
-                        value, r, [&](const std::wstring& t) { return fromString(t, kCollapse); },
-                        OperatorOrder()) &&
-                    TotalDigitsOk(toString(value), r);
+    const bool ok =
+        WithinBounds(
+            value, r, kind, [&](const std::wstring& t) { return fromString(t, kCollapse); },
+            OperatorOrder()) &&
+        (r.GetTotalDigits() <= -1 || LexicalLength(value) <= r.GetTotalDigits());
     if (!ok) {
         if (messageAsText) {
             ThrowInvalid(name, toString(value));
@@ -171,32 +264,33 @@ void CheckInteger(const wchar_t* name, T value, const CPrimitiveRestrictions& r,
 }
 
 template <class T, class FromString>
-void CheckReal(const wchar_t* name, T value, const CPrimitiveRestrictions& r, FromString fromString)
+void CheckReal(const wchar_t* name, ItemType kind, T value, const CPrimitiveRestrictions& r,
+               FromString fromString)
 {
     if (!WithinBounds(
-            value, r, [&](const std::wstring& t) { return fromString(t, kCollapse); },
+            value, r, kind, [&](const std::wstring& t) { return fromString(t, kCollapse); },
             NumberOrder())) {
         ThrowInvalidReal(name, static_cast<double>(value));
     }
 }
 
 template <class T, class FromString>
-void CheckCalendarNumber(const wchar_t* name, T value, const CPrimitiveRestrictions& r,
-                         FromString fromString)
+void CheckCalendarNumber(const wchar_t* name, ItemType kind, T value,
+                         const CPrimitiveRestrictions& r, FromString fromString)
 {
     if (!WithinBounds(
-            value, r, [&](const std::wstring& t) { return fromString(t, kCollapse); },
+            value, r, kind, [&](const std::wstring& t) { return fromString(t, kCollapse); },
             OperatorOrder())) {
         ThrowInvalid(name, static_cast<int64_t>(value));
     }
 }
 
 template <class T, class FromString>
-void CheckOrdered(const wchar_t* name, const T& value, const CPrimitiveRestrictions& r,
-                  FromString fromString)
+void CheckOrdered(const wchar_t* name, ItemType kind, const T& value,
+                  const CPrimitiveRestrictions& r, FromString fromString)
 {
     if (!WithinBounds(
-            value, r, [&](const std::wstring& t) { return fromString(t, kCollapse); },
+            value, r, kind, [&](const std::wstring& t) { return fromString(t, kCollapse); },
             CompareToOrder())) {
         ThrowInvalid(name, value.ToString());
     }
@@ -214,122 +308,132 @@ void CheckBinary(const wchar_t* name, const CBinaryData& value, const CPrimitive
 
 void CXmlObjectBase::Throw_IfInvalid_i1(const wchar_t* name, int8_t value, const Restrictions& r)
 {
-    CheckInteger(name, value, r, CConversions::i1FromString, CConversions::i1ToString, false);
+    CheckInteger(name, ItemType_i1, value, r, CConversions::i1FromString, CConversions::i1ToString,
+                 false);
 }
 
 void CXmlObjectBase::Throw_IfInvalid_i2(const wchar_t* name, int16_t value, const Restrictions& r)
 {
-    CheckInteger(name, value, r, CConversions::i2FromString, CConversions::i2ToString, false);
+    CheckInteger(name, ItemType_i2, value, r, CConversions::i2FromString, CConversions::i2ToString,
+                 false);
 }
 
 void CXmlObjectBase::Throw_IfInvalid_i4(const wchar_t* name, int32_t value, const Restrictions& r)
 {
-    CheckInteger(name, value, r, CConversions::i4FromString, CConversions::i4ToString, false);
+    CheckInteger(name, ItemType_i4, value, r, CConversions::i4FromString, CConversions::i4ToString,
+                 false);
 }
 
 void CXmlObjectBase::Throw_IfInvalid_i8(const wchar_t* name, int64_t value, const Restrictions& r)
 {
-    CheckInteger(name, value, r, CConversions::i8FromString, CConversions::i8ToString, true);
+    CheckInteger(name, ItemType_i8, value, r, CConversions::i8FromString, CConversions::i8ToString,
+                 true);
 }
 
 void CXmlObjectBase::Throw_IfInvalid_ui1(const wchar_t* name, uint8_t value, const Restrictions& r)
 {
-    CheckInteger(name, value, r, CConversions::ui1FromString, CConversions::ui1ToString, false);
+    CheckInteger(name, ItemType_ui1, value, r, CConversions::ui1FromString,
+                 CConversions::ui1ToString, false);
 }
 
 void CXmlObjectBase::Throw_IfInvalid_ui2(const wchar_t* name, uint16_t value, const Restrictions& r)
 {
-    CheckInteger(name, value, r, CConversions::ui2FromString, CConversions::ui2ToString, false);
+    CheckInteger(name, ItemType_ui2, value, r, CConversions::ui2FromString,
+                 CConversions::ui2ToString, false);
 }
 
 void CXmlObjectBase::Throw_IfInvalid_ui4(const wchar_t* name, uint32_t value, const Restrictions& r)
 {
-    CheckInteger(name, value, r, CConversions::ui4FromString, CConversions::ui4ToString, false);
+    CheckInteger(name, ItemType_ui4, value, r, CConversions::ui4FromString,
+                 CConversions::ui4ToString, false);
 }
 
 void CXmlObjectBase::Throw_IfInvalid_ui8(const wchar_t* name, uint64_t value, const Restrictions& r)
 {
-    CheckInteger(name, value, r, CConversions::ui8FromString, CConversions::ui8ToString, true);
+    CheckInteger(name, ItemType_ui8, value, r, CConversions::ui8FromString,
+                 CConversions::ui8ToString, true);
 }
 
 void CXmlObjectBase::Throw_IfInvalid_r4(const wchar_t* name, float value, const Restrictions& r)
 {
-    CheckReal(name, value, r, CConversions::r4FromString);
+    CheckReal(name, ItemType_r4, value, r, CConversions::r4FromString);
 }
 
 void CXmlObjectBase::Throw_IfInvalid_r8(const wchar_t* name, double value, const Restrictions& r)
 {
-    CheckReal(name, value, r, CConversions::r8FromString);
+    CheckReal(name, ItemType_r8, value, r, CConversions::r8FromString);
 }
 
 void CXmlObjectBase::Throw_IfInvalid_year(const wchar_t* name, uint16_t value,
                                           const Restrictions& r)
 {
-    CheckCalendarNumber(name, value, r, CConversions::yearFromString);
+    CheckCalendarNumber(name, ItemType_year, value, r, CConversions::yearFromString);
 }
 
 void CXmlObjectBase::Throw_IfInvalid_month(const wchar_t* name, uint8_t value,
                                            const Restrictions& r)
 {
-    CheckCalendarNumber(name, value, r, CConversions::monthFromString);
+    CheckCalendarNumber(name, ItemType_month, value, r, CConversions::monthFromString);
 }
 
 void CXmlObjectBase::Throw_IfInvalid_day(const wchar_t* name, uint8_t value, const Restrictions& r)
 {
-    CheckCalendarNumber(name, value, r, CConversions::dayFromString);
+    CheckCalendarNumber(name, ItemType_day, value, r, CConversions::dayFromString);
 }
 
 void CXmlObjectBase::Throw_IfInvalid_date(const wchar_t* name, const CDateTime& value,
                                           const Restrictions& r)
 {
-    CheckOrdered(name, value, r, CConversions::dateFromString);
+    CheckOrdered(name, ItemType_date, value, r, CConversions::dateFromString);
 }
 
 void CXmlObjectBase::Throw_IfInvalid_datetime(const wchar_t* name, const CDateTime& value,
                                               const Restrictions& r)
 {
-    CheckOrdered(name, value, r, CConversions::datetimeFromString);
+    CheckOrdered(name, ItemType_datetime, value, r, CConversions::datetimeFromString);
 }
 
 void CXmlObjectBase::Throw_IfInvalid_time(const wchar_t* name, const CDateTime& value,
                                           const Restrictions& r)
 {
-    CheckOrdered(name, value, r, CConversions::timeFromString);
+    CheckOrdered(name, ItemType_time, value, r, CConversions::timeFromString);
 }
 
 void CXmlObjectBase::Throw_IfInvalid_yearMonth(const wchar_t* name, const CDateTime& value,
                                                const Restrictions& r)
 {
-    CheckOrdered(name, value, r, CConversions::yearMonthFromString);
+    CheckOrdered(name, ItemType_yearMonth, value, r, CConversions::yearMonthFromString);
 }
 
 void CXmlObjectBase::Throw_IfInvalid_monthDay(const wchar_t* name, const CDateTime& value,
                                               const Restrictions& r)
 {
-    CheckOrdered(name, value, r, CConversions::monthDayFromString);
+    CheckOrdered(name, ItemType_monthDay, value, r, CConversions::monthDayFromString);
 }
 
 void CXmlObjectBase::Throw_IfInvalid_duration(const wchar_t* name, const CDateTimeSpan& value,
                                               const Restrictions& r)
 {
-    CheckOrdered(name, value, r, CConversions::durationFromString);
+    CheckOrdered(name, ItemType_duration, value, r, CConversions::durationFromString);
 }
 
 void CXmlObjectBase::Throw_IfInvalid_decimal(const wchar_t* name, const CDecimal& value,
                                              const Restrictions& r)
 {
     bool ok = WithinBounds(
-        value, r,
+        value, r, ItemType_decimal,
         [](const std::wstring& t) { return CConversions::decimalFromString(t, kCollapse); },
         OperatorOrder());
     // Digits of the absolute value: leading zeros of the integer part and
     // trailing zeros of the fraction do not count (0.50 has 1 + 1 digits).
-    if (ok && r.GetTotalDigits() > -1) {
-        ok = static_cast<int64_t>(value.GetIntegerDigitCount()) + value.GetFractionDigitCount() <=
-             r.GetTotalDigits();
-    }
-    if (ok && r.GetFractionDigits() > -1) {
-        ok = value.GetFractionDigitCount() <= r.GetFractionDigits();
+    if (ok && (r.GetTotalDigits() > -1 || r.GetFractionDigits() > -1)) {
+        const int64_t fractionDigits = value.GetFractionDigitCount();
+        if (r.GetTotalDigits() > -1) {
+            ok = value.GetIntegerDigitCount() + fractionDigits <= r.GetTotalDigits();
+        }
+        if (ok && r.GetFractionDigits() > -1) {
+            ok = fractionDigits <= r.GetFractionDigits();
+        }
     }
     if (!ok) {
         ThrowInvalid(name, value.ToString());
@@ -341,10 +445,10 @@ void CXmlObjectBase::Throw_IfInvalid_integer(const wchar_t* name, const CBigInte
 {
     const bool ok =
         WithinBounds(
-            value, r,
+            value, r, ItemType_integer,
             [](const std::wstring& t) { return CConversions::integerFromString(t, kCollapse); },
             OperatorOrder()) &&
-        TotalDigitsOk(CConversions::integerToString(value), r);
+        (r.GetTotalDigits() <= -1 || TotalDigitsOk(CConversions::integerToString(value), r));
     if (!ok) {
         ThrowInvalid(name, CConversions::integerToString(value));
     }
@@ -370,7 +474,7 @@ void CXmlObjectBase::Throw_IfInvalid_string(const wchar_t* name, const std::wstr
     bool ok = LengthOk(value.size(), r);
     if (ok && !r.GetPattern().empty()) {
         try {
-            ok = detail::CXsdPattern::Get(r.GetPattern())->Matches(value);
+            ok = CParsedFacets::Of(r).Pattern(r).Matches(value);
         } catch (const CVxException& e) {
             throw CVxException(FormatString(L"%s\nInvalid Value for %s [%s].",
                                             e.GetFullMessage().c_str(), NameOf(name),

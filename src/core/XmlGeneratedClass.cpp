@@ -1,5 +1,7 @@
 #include "core/NestingGuard.h"
 
+#include <atomic>
+#include <typeinfo>
 #include <vector>
 #include <vxxml/Attribute.h>
 #include <vxxml/AttributeInfo.h>
@@ -20,10 +22,31 @@ using namespace VxXmlLib16Data;
 namespace VxXmlLib16 {
 namespace {
 
+// Whether the object implements INillable and says it is nil. Most classes
+// do not implement it, and a dynamic_cast to an unrelated interface walks the
+// class's whole base chain comparing type names, on every object written.
+// Whether a class implements the interface depends on its type alone, so the
+// last few classes that do not are remembered, shared by all threads: each
+// slot is written and read whole, and whatever a reader finds in it is a
+// class that was found not to be nillable.
 bool IsNil(const CXmlGeneratedClass& object)
 {
+    constexpr size_t kRemembered = 8;
+    static std::atomic<const std::type_info*> notNillable[kRemembered];
+    static std::atomic<size_t> next{0};
+    const std::type_info* type = &typeid(object);
+    for (const auto& known : notNillable) {
+        if (known.load(std::memory_order_relaxed) == type) {
+            return false;
+        }
+    }
     const auto* nillable = dynamic_cast<const INillable*>(&object);
-    return nillable != nullptr && nillable->IsNil();
+    if (nillable == nullptr) {
+        notNillable[next.fetch_add(1, std::memory_order_relaxed) % kRemembered].store(
+            type, std::memory_order_relaxed);
+        return false;
+    }
+    return nillable->IsNil();
 }
 
 // The first failure inside an element gets that element's path; a failure
@@ -174,7 +197,8 @@ void CXmlGeneratedClass::WriteContent(const CSerializationContext& context, CXml
         VxVariant value;
         ReadProperty(valueIndex, value);
         if (!value.IsNil() && value.IsValid()) {
-            const std::wstring text = value.ToString(info->GetPrimitiveFormatOverride());
+            std::wstring buffer;
+            const std::wstring& text = value.ToText(info->GetPrimitiveFormatOverride(), buffer);
             writer->WriteElementText(text.c_str(), value.GetTypeAsEnum(), false);
         }
     }

@@ -2,6 +2,7 @@
 #include <cassert>
 #include <cwchar>
 #include <mutex>
+#include <string_view>
 #include <vector>
 #include <vxxml/CriticalSection.h>
 #include <vxxml/FormatString.h>
@@ -38,16 +39,17 @@ std::atomic_ref<int32_t> Counter(int32_t& count)
 
 CInstanceMonitor::CInstanceMonitor(const wchar_t* className)
 {
+    const std::wstring_view name(className ? className : L"");
     MonitorState& state = State();
     std::lock_guard lock(state.cs);
     for (ClassType* entry : state.list) {
-        if (entry->name == (className ? className : L"")) {
+        if (entry->name == name) {
             m_pct = entry;
             break;
         }
     }
     if (m_pct == nullptr) {
-        m_pct = new ClassType{className ? className : L"", 0, 0};
+        m_pct = new ClassType{std::wstring(name), 0, 0};
         state.list.push_back(m_pct);
     }
     Counter(m_pct->lInstanceCount).fetch_add(1, std::memory_order_relaxed);

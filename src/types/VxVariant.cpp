@@ -60,6 +60,91 @@ size_t ScalarWidth(ItemType type)
         FormatString(L"The variant holds type %d, not a %s value", static_cast<int>(held), wanted));
 }
 
+// Every property read or written through a variant makes and drops one heap
+// object for the heap kinds. Each thread keeps a few dropped holders of the
+// commonest kinds (strings, decimals, date-times) for its next values: that
+// saves an allocation and a free per value, and a reused CDecimal keeps its
+// digit buffers, so copying a value into it usually allocates nothing.
+// Only small holders are kept, so a thread never sits on much memory.
+template <class T> class CShelf
+{
+public:
+    // A spare holder (its content is unspecified), or null.
+    static T* Take() noexcept
+    {
+        if (Closed()) {
+            return nullptr;
+        }
+        Store& store = Instance();
+        return store.count > 0 ? store.items[--store.count] : nullptr;
+    }
+
+    static void Drop(T* item) noexcept
+    {
+        if (item == nullptr) {
+            return;
+        }
+        // During thread exit the shelf may already be gone: delete then.
+        if (!Closed() && IsSmall(*item)) {
+            Store& store = Instance();
+            if (store.count < kCapacity) {
+                store.items[store.count++] = item;
+                return;
+            }
+        }
+        delete item;
+    }
+
+    // A holder with a copy of value (or value moved in).
+    template <class V> static T* Make(V&& value)
+    {
+        T* item = Take();
+        if (item == nullptr) {
+            return new T(std::forward<V>(value));
+        }
+        try {
+            *item = std::forward<V>(value);
+        } catch (...) {
+            delete item;
+            throw;
+        }
+        return item;
+    }
+
+private:
+    static constexpr size_t kCapacity = 4;
+    struct Store
+    {
+        T* items[kCapacity] = {};
+        size_t count = 0;
+        ~Store()
+        {
+            Closed() = true;
+            while (count > 0) {
+                delete items[--count];
+            }
+        }
+    };
+    // Trivially destructible, so it can still be read after the thread's
+    // Store was destroyed.
+    static bool& Closed() noexcept
+    {
+        thread_local bool closed = false;
+        return closed;
+    }
+    static Store& Instance() noexcept
+    {
+        thread_local Store store;
+        return store;
+    }
+    static bool IsSmall(const std::wstring& text) noexcept { return text.capacity() <= 256; }
+    static bool IsSmall(const CDecimal& value) noexcept
+    {
+        return value.GetIntegerDigitCount() <= 40 && value.GetFractionDigitCount() <= 40;
+    }
+    static bool IsSmall(const CDateTime&) noexcept { return true; }
+};
+
 } // namespace
 
 // A heap-kind getter on the wrong kind (or a nil value) would follow a
@@ -136,13 +221,13 @@ VxVariant& VxVariant::operator=(const VxVariant& other)
         case ItemType_date:
         case ItemType_datetime:
         case ItemType_time:
-            copy = other.m_pDateTime ? new CDateTime(*other.m_pDateTime) : nullptr;
+            copy = other.m_pDateTime ? CShelf<CDateTime>::Make(*other.m_pDateTime) : nullptr;
             break;
         case ItemType_string:
-            copy = other.m_pString ? new std::wstring(*other.m_pString) : nullptr;
+            copy = other.m_pString ? CShelf<std::wstring>::Make(*other.m_pString) : nullptr;
             break;
         case ItemType_decimal:
-            copy = other.m_pDecimal ? new CDecimal(*other.m_pDecimal) : nullptr;
+            copy = other.m_pDecimal ? CShelf<CDecimal>::Make(*other.m_pDecimal) : nullptr;
             break;
         case ItemType_integer:
             copy = other.m_pBigInteger ? new CBigInteger(*other.m_pBigInteger) : nullptr;
@@ -193,15 +278,15 @@ void VxVariant::Clear()
     case ItemType_date:
     case ItemType_datetime:
     case ItemType_time:
-        delete m_pDateTime;
+        CShelf<CDateTime>::Drop(m_pDateTime);
         m_pDateTime = nullptr;
         break;
     case ItemType_string:
-        delete m_pString;
+        CShelf<std::wstring>::Drop(m_pString);
         m_pString = nullptr;
         break;
     case ItemType_decimal:
-        delete m_pDecimal;
+        CShelf<CDecimal>::Drop(m_pDecimal);
         m_pDecimal = nullptr;
         break;
     case ItemType_integer:
@@ -372,12 +457,12 @@ void VxVariant::SetDuration(const CDateTimeSpan& value)
 
 void VxVariant::SetYearMonth(const CDateTime& value)
 {
-    StorePointer(ItemType_yearMonth, new CDateTime(value));
+    StorePointer(ItemType_yearMonth, CShelf<CDateTime>::Make(value));
 }
 
 void VxVariant::SetMonthDay(const CDateTime& value)
 {
-    StorePointer(ItemType_monthDay, new CDateTime(value));
+    StorePointer(ItemType_monthDay, CShelf<CDateTime>::Make(value));
 }
 
 void VxVariant::SetYear(uint16_t value)
@@ -397,17 +482,17 @@ void VxVariant::SetDay(uint8_t value)
 
 void VxVariant::SetDate(const CDateTime& value)
 {
-    StorePointer(ItemType_date, new CDateTime(value));
+    StorePointer(ItemType_date, CShelf<CDateTime>::Make(value));
 }
 
 void VxVariant::SetDateTime(const CDateTime& value)
 {
-    StorePointer(ItemType_datetime, new CDateTime(value));
+    StorePointer(ItemType_datetime, CShelf<CDateTime>::Make(value));
 }
 
 void VxVariant::SetTime(const CDateTime& value)
 {
-    StorePointer(ItemType_time, new CDateTime(value));
+    StorePointer(ItemType_time, CShelf<CDateTime>::Make(value));
 }
 
 void VxVariant::SetChar(wchar_t value)
@@ -417,7 +502,7 @@ void VxVariant::SetChar(wchar_t value)
 
 void VxVariant::SetString(std::wstring value)
 {
-    StorePointer(ItemType_string, new std::wstring(std::move(value)));
+    StorePointer(ItemType_string, CShelf<std::wstring>::Make(std::move(value)));
 }
 
 void VxVariant::SetBoolean(bool value)
@@ -427,7 +512,7 @@ void VxVariant::SetBoolean(bool value)
 
 void VxVariant::SetDecimal(const CDecimal& value)
 {
-    StorePointer(ItemType_decimal, new CDecimal(value));
+    StorePointer(ItemType_decimal, CShelf<CDecimal>::Make(value));
 }
 
 void VxVariant::SetInteger(const CBigInteger& value)
@@ -645,6 +730,59 @@ CSmartPtr<CXmlObjectBase> VxVariant::GetXmlCollection() const
     return CSmartPtr<CXmlObjectBase>(m_pXmlObject);
 }
 
+const std::wstring& VxVariant::ViewString() const
+{
+    VXXML_REQUIRE_HEAP(m_type == ItemType_string && m_pString != nullptr,
+                       "m_type == ItemType_string && m_pString != 0", L"string");
+    return *m_pString;
+}
+
+const CDecimal& VxVariant::ViewDecimal() const
+{
+    VXXML_REQUIRE_HEAP(m_type == ItemType_decimal && m_pDecimal != nullptr,
+                       "m_type == ItemType_decimal && m_pDecimal != 0", L"decimal");
+    return *m_pDecimal;
+}
+
+const CBigInteger& VxVariant::ViewInteger() const
+{
+    VXXML_REQUIRE_HEAP(m_type == ItemType_integer && m_pBigInteger != nullptr,
+                       "m_type == ItemType_integer && m_pBigInteger != 0", L"integer");
+    return *m_pBigInteger;
+}
+
+const CBinaryData& VxVariant::ViewBinaryData() const
+{
+    const bool isBinary = m_type == ItemType_hexBinary || m_type == ItemType_base64Binary;
+    VXXML_REQUIRE_HEAP(isBinary && m_pBinaryData != nullptr, "binary kind && m_pBinaryData != 0",
+                       L"binary");
+    return *m_pBinaryData;
+}
+
+const CDateTime& VxVariant::ViewDateTime() const
+{
+    const bool isDateTime = m_type == ItemType_date || m_type == ItemType_datetime ||
+                            m_type == ItemType_time || m_type == ItemType_yearMonth ||
+                            m_type == ItemType_monthDay;
+    VXXML_REQUIRE_HEAP(isDateTime && m_pDateTime != nullptr, "date-time kind && m_pDateTime != 0",
+                       L"date-time");
+    return *m_pDateTime;
+}
+
+const CDateTimeSpan& VxVariant::ViewDuration() const
+{
+    VXXML_REQUIRE_HEAP(m_type == ItemType_duration && m_pDateTimeSpan != nullptr,
+                       "m_type == ItemType_duration", L"duration");
+    return *m_pDateTimeSpan;
+}
+
+CXmlObjectBase* VxVariant::ViewXmlObject() const
+{
+    const bool isObject = m_type == ItemType_XmlObjectBase || m_type == ItemType_XmlCollection;
+    VXXML_REQUIRE_HEAP(isObject, "m_type == ItemType_XmlObjectBase", L"XmlObjectBase");
+    return m_pXmlObject;
+}
+
 #undef VXXML_REQUIRE_HEAP
 
 // ---------------------------------------------------------------------------
@@ -662,7 +800,8 @@ template <class T> const T& VxVariant::Held(const T* value) const
 
 std::wstring VxVariant::ToString(const wchar_t* format) const
 {
-    const std::wstring numberFormat = format ? format : L"";
+    // Made only for the kinds that read it.
+    const auto numberFormat = [format] { return std::wstring(format ? format : L""); };
     switch (m_type) {
     case ItemType_hexBinary:
         return CConversions::hexBinaryToString(Held(m_pBinaryData));
@@ -685,9 +824,9 @@ std::wstring VxVariant::ToString(const wchar_t* format) const
     case ItemType_ui8:
         return CConversions::ui8ToString(LoadScalar<uint64_t>());
     case ItemType_r4:
-        return CConversions::r4ToString(LoadScalar<float>(), numberFormat);
+        return CConversions::r4ToString(LoadScalar<float>(), numberFormat());
     case ItemType_r8:
-        return CConversions::r8ToString(LoadScalar<double>(), numberFormat);
+        return CConversions::r8ToString(LoadScalar<double>(), numberFormat());
     case ItemType_duration:
         return CConversions::durationToString(Held(m_pDateTimeSpan));
     case ItemType_yearMonth:
@@ -713,13 +852,22 @@ std::wstring VxVariant::ToString(const wchar_t* format) const
     case ItemType_boolean:
         return CConversions::booleanToString(LoadScalar<uint8_t>() != 0);
     case ItemType_decimal:
-        return CConversions::decimalToString(Held(m_pDecimal), numberFormat);
+        return CConversions::decimalToString(Held(m_pDecimal), numberFormat());
     case ItemType_integer:
         return CConversions::integerToString(Held(m_pBigInteger));
     default:
         throw CVxException(
             FormatString(L"Invalid Type %d to convert to string", static_cast<int>(m_type)));
     }
+}
+
+const std::wstring& VxVariant::ToText(const wchar_t* format, std::wstring& buffer) const
+{
+    if (m_type == ItemType_string) {
+        return Held(m_pString);
+    }
+    buffer = ToString(format);
+    return buffer;
 }
 
 void VxVariant::FromString(std::wstring&& text, ItemType type,

@@ -49,13 +49,6 @@ public:
     // count characters, zeros included: no need to measure the text.
     void Write(const wchar_t* text, size_t count);
     void Write(const std::wstring& text) { Write(text.data(), text.size()); }
-    // Text the caller has already encoded: byteCount bytes of well-formed
-    // UTF-8 that hold charCount characters. A writer that escapes and encodes
-    // in one pass hands its text over this way, so that a UTF-8 stream does
-    // not store it wide and convert it again. Afterwards GetLength, GetText
-    // and ToBytes answer exactly as if the characters had been written with
-    // Write (a stream that keeps wide text decodes the bytes).
-    void WriteUtf8(const unsigned char* bytes, size_t byteCount, size_t charCount);
 
     // Characters buffered (since the last Open, or Flush of a file stream).
     uint32_t GetLength() const { return m_cchEncoded + m_buffer.GetLength(); }
@@ -89,8 +82,6 @@ private:
 
     // Converts the staged characters and empties m_buffer.
     void EncodeStaged();
-    // Room for count more bytes at m_pBytes + m_cbBytes.
-    void ReserveBytes(size_t count);
     // Converts text and appends its bytes; false when some character has no
     // UTF-8 form (then nothing of the text has been kept).
     bool AppendEncoded(const wchar_t* text, size_t count);

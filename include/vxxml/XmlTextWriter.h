@@ -12,13 +12,6 @@
 
 namespace VxXmlLib16 {
 
-namespace detail {
-// Where the writer's runs of copied characters end: nowhere; at the
-// characters element text escapes; at those attribute values escape; at a
-// terminating zero.
-enum XmlTextRun : int { kRunAny, kRunText, kRunAttribute, kRunRaw };
-} // namespace detail
-
 // Escaping: in element text and comments &, < and > become entity
 // references and a line feed becomes the writer's line end; in attribute
 // values the quotation mark becomes &quot;, a line feed &#xA; and a tab
@@ -86,25 +79,10 @@ public:
 
 private:
     // Text is collected in a buffer of the writer's own and handed to the
-    // stream in pieces: the pieces of a tag cost a copy each, not a call into
-    // the stream each. For a UTF-8 stream the buffer holds UTF-8 bytes: text
-    // is escaped and encoded in one pass and handed over as bytes, instead of
-    // being stored wide here, copied into the stream and encoded there. A
-    // character without UTF-8 form (a lone surrogate, a value above
-    // U+10FFFF) switches the writer to wide characters for the rest of the
-    // document, so that the stream meets that character itself and behaves
-    // as it always does with it. Other streams get wide characters.
+    // stream in pieces of up to kPendingCapacity characters: the pieces of a
+    // tag cost a copy each, not a call into the stream each.
     void Put(wchar_t c)
     {
-        if (m_bBytes) {
-            if (static_cast<uint32_t>(c) < 0x80 && m_cbPending < kPendingBytes) {
-                m_pendingBytes[m_cbPending++] = static_cast<unsigned char>(c);
-                ++m_cchPending;
-            } else {
-                PutCharSlow(c);
-            }
-            return;
-        }
         if (m_cchPending == kPendingCapacity) {
             Drain();
         }
@@ -112,16 +90,6 @@ private:
     }
     void Put(const wchar_t* text, size_t length)
     {
-        if (m_bBytes) {
-            if (length <= 16 && m_cbPending + 16 <= kPendingBytes &&
-                NarrowShortAscii(m_pendingBytes + m_cbPending, text, length)) {
-                m_cbPending += length;
-                m_cchPending += length;
-            } else {
-                PutRunUtf8<detail::kRunAny>(text, text + length);
-            }
-            return;
-        }
         if (m_cchPending + length <= kPendingCapacity) {
             CopyShort(m_pending + m_cchPending, text, length);
             m_cchPending += length;
@@ -129,19 +97,6 @@ private:
             PutLong(text, length);
         }
     }
-    void Put(const std::wstring& text) { Put(text.data(), text.size()); }
-    // Text known to be ASCII (literals of the markup): no encoding needed.
-    void PutAscii(const char* text, size_t length)
-    {
-        if (m_bBytes && m_cbPending + length <= kPendingBytes) {
-            std::memcpy(m_pendingBytes + m_cbPending, text, length);
-            m_cbPending += length;
-            m_cchPending += length;
-        } else {
-            PutAsciiSlow(text, length);
-        }
-    }
-    template <size_t N> void PutAscii(const char (&literal)[N]) { PutAscii(literal, N - 1); }
     // Names, prefixes and line ends are a few characters long. Up to eight
     // characters are copied as two overlapping blocks that together cover
     // exactly the text (no call, no loop); longer texts go to memcpy, as
@@ -170,58 +125,16 @@ private:
             std::memcpy(out, text, length * sizeof(wchar_t));
         }
     }
-    // The same for bytes: up to 32 bytes as two overlapping blocks.
-    static void CopyShortBytes(unsigned char* out, const void* from, size_t length)
-    {
-        const auto* bytes = static_cast<const unsigned char*>(from);
-        if (length >= 4 && length < 8) {
-            uint32_t head;
-            uint32_t tail;
-            std::memcpy(&head, bytes, 4);
-            std::memcpy(&tail, bytes + length - 4, 4);
-            std::memcpy(out, &head, 4);
-            std::memcpy(out + length - 4, &tail, 4);
-        } else if (length < 4) {
-            for (size_t i = 0; i < length; ++i) {
-                out[i] = bytes[i];
-            }
-        } else if (length >= 16 && length <= 32) {
-            unsigned char head[16];
-            unsigned char tail[16];
-            std::memcpy(head, bytes, 16);
-            std::memcpy(tail, bytes + length - 16, 16);
-            std::memcpy(out, head, 16);
-            std::memcpy(out + length - 16, tail, 16);
-        } else if (length >= 8 && length < 16) {
-            unsigned char head[8];
-            unsigned char tail[8];
-            std::memcpy(head, bytes, 8);
-            std::memcpy(tail, bytes + length - 8, 8);
-            std::memcpy(out, head, 8);
-            std::memcpy(out + length - 8, tail, 8);
-        } else {
-            std::memcpy(out, bytes, length);
-        }
-    }
-    // Stores up to 16 characters as bytes at out (which has room for 16)
-    // when all of them are ASCII; false, with nothing counted, otherwise.
-    static bool NarrowShortAscii(unsigned char* out, const wchar_t* text, size_t length);
-
     // Text that does not fit: passes through in pieces of the buffer's size.
     VXXML_WRITER_INTERNAL void PutLong(const wchar_t* text, size_t length);
-    VXXML_WRITER_INTERNAL void PutCharSlow(wchar_t c);
-    VXXML_WRITER_INTERNAL void PutAsciiSlow(const char* text, size_t length);
+    void Put(const std::wstring& text) { Put(text.data(), text.size()); }
     // Up to the terminating zero; null puts nothing.
     VXXML_WRITER_INTERNAL void PutText(const wchar_t* text);
     // Copies text up to end (its terminating zero) or the first character
     // the escaping mode must change, whichever comes first, and returns
-    // where it stopped. PutRun stores wide characters, PutRunUtf8 bytes.
+    // where it stopped.
     template <int Mode>
     VXXML_WRITER_INTERNAL const wchar_t* PutRun(const wchar_t* text, const wchar_t* end);
-    template <int Mode>
-    VXXML_WRITER_INTERNAL const wchar_t* PutRunUtf8(const wchar_t* text, const wchar_t* end);
-    // Hands the buffer to the stream, then goes on with wide characters.
-    VXXML_WRITER_INTERNAL void SwitchToWide();
     VXXML_WRITER_INTERNAL void Drain();
     // Ends every writing operation: flushes the stream once it holds 4096
     // characters or more, handing it the buffered text first when only the
@@ -230,15 +143,13 @@ private:
 
     VXXML_WRITER_INTERNAL void WriteEscaped(const wchar_t* text, bool attributeMode);
     VXXML_WRITER_INTERNAL void WriteIndent(int32_t depth);
-    VXXML_WRITER_INTERNAL void PutEOL();
     VXXML_WRITER_INTERNAL void CloseParentStartTag();
     VXXML_WRITER_INTERNAL void WriteNamespaceDeclaration(const std::wstring& prefix,
                                                          const std::wstring& namespaceUri);
 
-    static constexpr size_t kPendingCapacity = 2048; // characters, wide mode
-    static constexpr size_t kPendingBytes = 8192;    // bytes, UTF-8 mode
-    // Room past the capacity: wide runs are copied four characters at a
-    // time and may store up to three characters beyond what they keep.
+    static constexpr size_t kPendingCapacity = 2048;
+    // Room past the capacity: runs are copied four characters at a time and
+    // may store up to three characters beyond what they keep.
     static constexpr size_t kPendingSlack = 8;
 
     // What the start tag of an open element used, by depth.
@@ -251,23 +162,12 @@ private:
         // namespace reuses the prefix while that scope is unchanged.
         const CXmlWriterContext* scopeOwner = nullptr;
         uint32_t scopeChanges = 0;
-        // In byte mode: where the bytes of "prefix:name" of the start tag
-        // lie in the buffer, which the end tag copies while the buffer has
-        // not been handed to the stream since (tagDrains == m_ullDrains).
-        size_t tagOffset = 0;
-        size_t tagBytes = 0;
-        size_t tagChars = 0;
-        uint64_t tagDrains = ~uint64_t{0};
     };
 
     std::wstring m_strIndentChars;
     // The indent characters repeated for the deepest level written so far,
-    // so that an indentation is one copy whatever the depth; and the same in
-    // UTF-8 (empty when the indent characters have no UTF-8 form).
+    // so that an indentation is one copy whatever the depth.
     std::wstring m_strIndentRun;
-    std::string m_strIndentRunBytes;
-    std::string m_strIndentBytes = "\t";
-    bool m_bIndentEncodable = true;
     std::wstring m_strEOLChars;
     CTextStream* m_pStream;
     bool m_bFormatting = true;
@@ -277,17 +177,13 @@ private:
     // Reused for every attribute, so the hot path does not allocate once its
     // capacity suffices.
     std::wstring m_strScratchUri;
-    bool m_bBytes = false;    // the buffer holds UTF-8 bytes
-    size_t m_cchPending = 0;  // characters buffered (in either form)
-    size_t m_cbPending = 0;   // bytes buffered, in byte mode
-    uint64_t m_ullDrains = 0; // times the byte buffer was emptied
+    size_t m_cchPending = 0;
     // The stream's length when it was last flushed: a stream that keeps its
     // text is not flushed again until it has received more.
     uint32_t m_cchAtLastFlush = 0;
     bool m_bFlushedOnce = false;
     bool m_bStreamFlushes = true;              // false for a plain CTextStream
     wchar_t* m_pending;                        // kPendingCapacity + kPendingSlack characters
-    unsigned char* m_pendingBytes;             // the same storage, in byte mode
     std::unique_ptr<wchar_t[]> m_pendingOwner; // owns m_pending
 };
 

@@ -121,55 +121,24 @@ void CTextStream::Write(const wchar_t* text, size_t count)
     }
 }
 
-void CTextStream::WriteUtf8(const unsigned char* bytes, size_t byteCount, size_t charCount)
-{
-    if (byteCount == 0) {
-        return;
-    }
-    if (uint64_t{GetLength()} + charCount > kMaxLength) {
-        throw CVxOverFlowException(msg::kTextTooLong);
-    }
-    if (m_bUtf8Bytes && m_buffer.GetLength() != 0) {
-        EncodeStaged(); // what was written before goes first
-    }
-    if (!m_bUtf8Bytes) {
-        // This stream keeps wide text (UTF-16, or it met a character without
-        // UTF-8 form): the bytes join it as characters.
-        std::wstring text;
-        text.reserve(charCount);
-        AppendDecoded(text, bytes, byteCount);
-        m_buffer.Append(text.data(), text.size());
-        return;
-    }
-    ReserveBytes(byteCount);
-    std::memcpy(m_pBytes + m_cbBytes, bytes, byteCount);
-    m_cbBytes += byteCount;
-    m_cchEncoded += static_cast<uint32_t>(charCount);
-}
-
-void CTextStream::ReserveBytes(size_t count)
-{
-    if (m_cbCapacity - m_cbBytes >= count) {
-        return;
-    }
-    // Doubling keeps the copies of a growing document to about its final
-    // size in total.
-    const size_t capacity = std::max({2 * m_cbCapacity, m_cbBytes + count, kMinByteCapacity});
-    auto* grown = new unsigned char[capacity];
-    if (m_cbBytes != 0) {
-        std::memcpy(grown, m_pBytes, m_cbBytes);
-    }
-    delete[] m_pBytes;
-    m_pBytes = grown;
-    m_cbCapacity = capacity;
-}
-
 bool CTextStream::AppendEncoded(const wchar_t* text, size_t count)
 {
     const size_t startBytes = m_cbBytes;
     for (size_t at = 0; at < count; at += kStretch) {
         const size_t n = std::min(kStretch, count - at);
-        ReserveBytes(4 * n);
+        if (m_cbCapacity - m_cbBytes < 4 * n) {
+            // Doubling keeps the copies of a growing document to about its
+            // final size in total.
+            const size_t capacity =
+                std::max({2 * m_cbCapacity, m_cbBytes + 4 * n, kMinByteCapacity});
+            auto* grown = new unsigned char[capacity];
+            if (m_cbBytes != 0) {
+                std::memcpy(grown, m_pBytes, m_cbBytes);
+            }
+            delete[] m_pBytes;
+            m_pBytes = grown;
+            m_cbCapacity = capacity;
+        }
         unsigned char* out = m_pBytes + m_cbBytes;
         if (detail::EncodeUtf8(text + at, n, out) != n) {
             m_cbBytes = startBytes;

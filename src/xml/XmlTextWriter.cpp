@@ -1,5 +1,3 @@
-#include "xml/Utf8Encode.h"
-
 #include <cassert>
 #include <cstring>
 #include <cwchar>
@@ -24,11 +22,6 @@ constexpr const wchar_t* kMsgNoElementOpen = L"No Element is open.";
 constexpr const wchar_t* kMsgNullStream = L"The output stream may not be NULL.";
 
 constexpr uint32_t kFlushThreshold = 4096;
-
-constexpr int kAny = detail::kRunAny;
-constexpr int kText = detail::kRunText;
-constexpr int kAttribute = detail::kRunAttribute;
-constexpr int kRaw = detail::kRunRaw;
 
 // What the escaper does with a character below 0x40; everything from 0x40
 // up is written as it is, so one comparison skips almost every character.
@@ -64,6 +57,10 @@ struct EscapeTables
 };
 constexpr EscapeTables kEscape;
 
+// What a run of copied characters stops at besides the terminating zero:
+// nothing, the characters element text escapes, those attribute values do.
+enum RunMode : int { kRaw, kText, kAttribute };
+
 // Length of a zero-terminated text. The library's wcslen already reads in
 // vector blocks; reading past a text's end ourselves would trip memory
 // checkers in the applications that use us.
@@ -90,13 +87,9 @@ CXmlTextWriter::CXmlTextWriter(CTextStream* stream)
       m_pendingOwner(std::make_unique_for_overwrite<wchar_t[]>(kPendingCapacity + kPendingSlack))
 {
     m_pending = m_pendingOwner.get();
-    m_pendingBytes = reinterpret_cast<unsigned char*>(m_pending);
-    static_assert((kPendingCapacity + kPendingSlack) * sizeof(wchar_t) >= kPendingBytes + 16,
-                  "byte mode fits in the same storage, with room for a 16-byte store");
     if (stream == nullptr) {
         throw CVxInvalidParamException(kMsgNullStream);
     }
-    m_bBytes = stream->GetEncoding() == XmlEncoding_UTF8;
     // The plain in-memory stream's Flush does nothing: for it the flush
     // rule need not even be checked. Any derived stream (a file, or one of
     // the caller's) gets its flushes.
@@ -109,11 +102,8 @@ void CXmlTextWriter::StartDocument()
 {
     CXmlWriter::StartDocument();
     m_cchPending = 0; // the stream starts empty, so does what is owed to it
-    m_cbPending = 0;
-    ++m_ullDrains;
     m_bFlushedOnce = false;
     m_pStream->Open();
-    m_bBytes = m_pStream->GetEncoding() == XmlEncoding_UTF8;
 }
 
 void CXmlTextWriter::EndDocument()
@@ -133,13 +123,6 @@ void CXmlTextWriter::SetIndentChars(const wchar_t* indentChars)
 {
     m_strIndentChars = OrEmpty(indentChars);
     m_strIndentRun.clear();
-    m_strIndentRunBytes.clear();
-    m_strIndentBytes.assign(4 * m_strIndentChars.size(), '\0');
-    unsigned char* out = reinterpret_cast<unsigned char*>(m_strIndentBytes.data());
-    m_bIndentEncodable = detail::EncodeUtf8(m_strIndentChars.data(), m_strIndentChars.size(),
-                                            out) == m_strIndentChars.size();
-    m_strIndentBytes.resize(
-        static_cast<size_t>(out - reinterpret_cast<const unsigned char*>(m_strIndentBytes.data())));
 }
 
 void CXmlTextWriter::SetEOLType(EOLType type)
@@ -171,69 +154,20 @@ void CXmlTextWriter::PutLong(const wchar_t* text, size_t length)
     m_cchPending += length;
 }
 
-void CXmlTextWriter::PutCharSlow(wchar_t c)
-{
-    // Byte mode, and the character is not ASCII or the buffer is full.
-    const wchar_t one[1] = {c};
-    PutRunUtf8<kAny>(one, one + 1);
-}
-
-void CXmlTextWriter::PutAsciiSlow(const char* text, size_t length)
-{
-    if (m_bBytes) {
-        while (m_cbPending + length > kPendingBytes) {
-            const size_t room = kPendingBytes - m_cbPending;
-            std::memcpy(m_pendingBytes + m_cbPending, text, room);
-            m_cbPending = kPendingBytes;
-            m_cchPending += room;
-            text += room;
-            length -= room;
-            Drain();
-        }
-        std::memcpy(m_pendingBytes + m_cbPending, text, length);
-        m_cbPending += length;
-        m_cchPending += length;
-        return;
-    }
-    for (size_t i = 0; i < length; ++i) {
-        Put(static_cast<wchar_t>(text[i]));
-    }
-}
-
 void CXmlTextWriter::PutText(const wchar_t* text)
 {
     if (text) {
-        const wchar_t* const end = text + TextLength(text);
-        if (m_bBytes) {
-            PutRunUtf8<kAny>(text, end);
-        } else {
-            PutRun<kRaw>(text, end);
-        }
+        PutRun<kRaw>(text, text + TextLength(text));
     }
 }
 
 void CXmlTextWriter::Drain()
 {
-    if (m_bBytes) {
-        if (m_cbPending != 0) {
-            const size_t bytes = m_cbPending;
-            const size_t chars = m_cchPending;
-            m_cbPending = 0;
-            m_cchPending = 0;
-            ++m_ullDrains;
-            m_pStream->WriteUtf8(m_pendingBytes, bytes, chars);
-        }
-    } else if (m_cchPending != 0) {
+    if (m_cchPending != 0) {
         const size_t count = m_cchPending;
         m_cchPending = 0;
         m_pStream->Write(m_pending, count);
     }
-}
-
-void CXmlTextWriter::SwitchToWide()
-{
-    Drain();
-    m_bBytes = false;
 }
 
 void CXmlTextWriter::EndConstruct()
@@ -272,9 +206,7 @@ static_assert(sizeof(wchar_t) == 4, "four wide characters per 16-byte load");
 // the terminating zero, and in the escaping modes the characters they change.
 template <int Mode> inline int StopMask(__m128i v)
 {
-    if constexpr (Mode == kAny) {
-        return 0;
-    } else if constexpr (Mode == kRaw) {
+    if constexpr (Mode == kRaw) {
         return _mm_movemask_epi8(_mm_cmpeq_epi32(v, _mm_setzero_si128()));
     } else {
         // Every character to stop at is at most '>': four letters (or
@@ -299,9 +231,7 @@ template <int Mode> inline int StopMask(__m128i v)
 
 template <int Mode> inline bool IsStop(wchar_t c)
 {
-    if constexpr (Mode == kAny) {
-        return false;
-    } else if constexpr (Mode == kRaw) {
+    if constexpr (Mode == kRaw) {
         return c == 0;
     } else {
         const unsigned char* table = Mode == kAttribute ? kEscape.attribute : kEscape.text;
@@ -353,175 +283,6 @@ template <int Mode> const wchar_t* CXmlTextWriter::PutRun(const wchar_t* p, cons
     }
 }
 
-#if defined(__SSE2__)
-namespace {
-// Byte mask of the characters in v above 0x7F (wchar_t is signed: values
-// above 0x7FFFFFFF have the top bit set and count as well).
-inline int WideMask(__m128i v)
-{
-    return _mm_movemask_epi8(_mm_cmpeq_epi32(_mm_srli_epi32(v, 7), _mm_setzero_si128())) ^ 0xFFFF;
-}
-// The low bytes of four characters below 0x80; the saturating packs keep
-// such values as they are.
-inline uint32_t NarrowFour(__m128i v)
-{
-    const __m128i words = _mm_packs_epi32(v, v);
-    return static_cast<uint32_t>(_mm_cvtsi128_si32(_mm_packus_epi16(words, words)));
-}
-// Byte mask of the characters in v that a byte run must look at one by one:
-// those beyond ASCII, and in the escaping modes the ones it may stop at. A
-// superset is fine (every control character is looked at; those that need
-// nothing are copied then), and it takes a few comparisons: '<' and '>'
-// differ in one bit, and so do '"' and '&'.
-template <int Mode> inline int LookMask(__m128i v)
-{
-    if constexpr (Mode == kAny) {
-        return WideMask(v);
-    } else {
-        const __m128i outside = _mm_or_si128(_mm_cmplt_epi32(v, _mm_set1_epi32(0x20)),
-                                             _mm_cmpgt_epi32(v, _mm_set1_epi32(0x7F)));
-        const __m128i angle =
-            _mm_cmpeq_epi32(_mm_or_si128(v, _mm_set1_epi32(2)), _mm_set1_epi32(L'>'));
-        __m128i amp;
-        if constexpr (Mode == kAttribute) {
-            amp = _mm_cmpeq_epi32(_mm_or_si128(v, _mm_set1_epi32(4)), _mm_set1_epi32(L'&'));
-        } else {
-            amp = _mm_cmpeq_epi32(v, _mm_set1_epi32(L'&'));
-        }
-        return _mm_movemask_epi8(_mm_or_si128(_mm_or_si128(outside, angle), amp));
-    }
-}
-} // namespace
-#endif
-
-bool CXmlTextWriter::NarrowShortAscii(unsigned char* out, const wchar_t* text, size_t length)
-{
-#if defined(__SSE2__)
-    const auto load = [](const wchar_t* p) {
-        return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
-    };
-    const auto store = [](unsigned char* o, uint32_t four) { std::memcpy(o, &four, 4); };
-    if (length >= 4 && length <= 8) {
-        // Two blocks of four that overlap in the middle cover the text.
-        const __m128i a = load(text);
-        const __m128i b = load(text + length - 4);
-        if (WideMask(_mm_or_si128(a, b)) != 0) {
-            return false;
-        }
-        store(out, NarrowFour(a));
-        store(out + length - 4, NarrowFour(b));
-        return true;
-    }
-    if (length > 8) {
-        const __m128i a = load(text);
-        const __m128i b = load(text + 4);
-        const __m128i c = load(text + length - 8);
-        const __m128i d = load(text + length - 4);
-        if (WideMask(_mm_or_si128(_mm_or_si128(a, b), _mm_or_si128(c, d))) != 0) {
-            return false;
-        }
-        if (length > 12) {
-            const __m128i e = load(text + 8);
-            if (WideMask(e) != 0) {
-                return false;
-            }
-            store(out + 8, NarrowFour(e));
-        }
-        store(out, NarrowFour(a));
-        store(out + 4, NarrowFour(b));
-        store(out + length - 8, NarrowFour(c));
-        store(out + length - 4, NarrowFour(d));
-        return true;
-    }
-#endif
-    for (size_t i = 0; i < length; ++i) {
-        if (static_cast<uint32_t>(text[i]) >= 0x80) {
-            return false;
-        }
-    }
-    for (size_t i = 0; i < length; ++i) {
-        out[i] = static_cast<unsigned char>(text[i]);
-    }
-    return true;
-}
-
-// The byte-mode twin of PutRun: copies and encodes characters from p on up
-// to the first one the mode stops at, or up to end, and returns where it
-// stopped. ASCII goes four characters per step; other characters are
-// encoded one at a time. A character without UTF-8 form hands everything
-// so far to the stream and continues the run in wide characters.
-template <int Mode> const wchar_t* CXmlTextWriter::PutRunUtf8(const wchar_t* p, const wchar_t* end)
-{
-    for (;;) {
-        unsigned char* o = m_pendingBytes + m_cbPending;
-        unsigned char* const full = m_pendingBytes + kPendingBytes;
-        const wchar_t* const start = p;
-        bool stopped = false;
-        while (p != end && full - o >= 4) {
-#if defined(__SSE2__)
-            if (end - p >= 4) {
-                const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
-                // Stored before it is tested: what follows a stop is
-                // overwritten or not counted.
-                const uint32_t four = NarrowFour(v);
-                std::memcpy(o, &four, 4);
-                const int mask = LookMask<Mode>(v);
-                if (mask == 0) {
-                    o += 4;
-                    p += 4;
-                    continue;
-                }
-                const int k = __builtin_ctz(static_cast<unsigned>(mask)) / 4;
-                o += k;
-                p += k;
-            }
-#endif
-            const auto c = static_cast<uint32_t>(*p);
-            if (c < 0x80) {
-                if (IsStop<Mode>(static_cast<wchar_t>(c))) {
-                    stopped = true;
-                    break;
-                }
-                *o++ = static_cast<unsigned char>(c);
-                ++p;
-                continue;
-            }
-            if (full - o < 4) {
-                break; // after a partial block the room may be short
-            }
-            if (c < 0x800) {
-                o[0] = static_cast<unsigned char>(0xC0 | (c >> 6));
-                o[1] = static_cast<unsigned char>(0x80 | (c & 0x3F));
-                o += 2;
-            } else if (c < 0x10000 && (c < 0xD800 || c > 0xDFFF)) {
-                o[0] = static_cast<unsigned char>(0xE0 | (c >> 12));
-                o[1] = static_cast<unsigned char>(0x80 | ((c >> 6) & 0x3F));
-                o[2] = static_cast<unsigned char>(0x80 | (c & 0x3F));
-                o += 3;
-            } else if (c >= 0x10000 && c <= 0x10FFFF) {
-                o[0] = static_cast<unsigned char>(0xF0 | (c >> 18));
-                o[1] = static_cast<unsigned char>(0x80 | ((c >> 12) & 0x3F));
-                o[2] = static_cast<unsigned char>(0x80 | ((c >> 6) & 0x3F));
-                o[3] = static_cast<unsigned char>(0x80 | (c & 0x3F));
-                o += 4;
-            } else {
-                // No UTF-8 form: the stream must see this character as it is.
-                m_cbPending = static_cast<size_t>(o - m_pendingBytes);
-                m_cchPending += static_cast<size_t>(p - start);
-                SwitchToWide();
-                return PutRun<Mode>(p, end);
-            }
-            ++p;
-        }
-        m_cbPending = static_cast<size_t>(o - m_pendingBytes);
-        m_cchPending += static_cast<size_t>(p - start);
-        if (stopped || p == end) {
-            return p;
-        }
-        Drain();
-    }
-}
-
 // Runs of characters that need no escaping are copied as they are found.
 void CXmlTextWriter::WriteEscaped(const wchar_t* text, bool attributeMode)
 {
@@ -529,11 +290,7 @@ void CXmlTextWriter::WriteEscaped(const wchar_t* text, bool attributeMode)
     const wchar_t* p = text;
     const wchar_t* const end = text + TextLength(text);
     for (;;) {
-        if (m_bBytes) {
-            p = attributeMode ? PutRunUtf8<kAttribute>(p, end) : PutRunUtf8<kText>(p, end);
-        } else {
-            p = attributeMode ? PutRun<kAttribute>(p, end) : PutRun<kText>(p, end);
-        }
+        p = attributeMode ? PutRun<kAttribute>(p, end) : PutRun<kText>(p, end);
         if (p == end) {
             break;
         }
@@ -541,38 +298,29 @@ void CXmlTextWriter::WriteEscaped(const wchar_t* text, bool attributeMode)
         ++p;
         switch (table[c]) {
         case Amp:
-            PutAscii("&amp;");
+            Put(L"&amp;", 5);
             break;
         case Lt:
-            PutAscii("&lt;");
+            Put(L"&lt;", 4);
             break;
         case Gt:
-            PutAscii("&gt;");
+            Put(L"&gt;", 4);
             break;
         case Quot:
-            PutAscii("&quot;");
+            Put(L"&quot;", 6);
             break;
         case LineFeedText:
-            PutEOL();
+            Put(m_strEOLChars);
             break;
         case LineFeedAttr:
-            PutAscii("&#xA;");
+            Put(L"&#xA;", 5);
             break;
         case TabAttr:
-            PutAscii("&#x9;");
+            Put(L"&#x9;", 5);
             break;
         default: // Drop
             break;
         }
-    }
-}
-
-void CXmlTextWriter::PutEOL()
-{
-    if (m_EOLType == EOL_LF) {
-        Put(L'\n');
-    } else {
-        PutAscii("\r\n");
     }
 }
 
@@ -581,20 +329,7 @@ void CXmlTextWriter::WriteIndent(int32_t depth)
     if (depth <= 0) {
         return;
     }
-    const size_t count = static_cast<size_t>(depth);
-    if (m_bBytes && m_bIndentEncodable) {
-        const size_t length = count * m_strIndentBytes.size();
-        while (m_strIndentRunBytes.size() < length) {
-            m_strIndentRunBytes += m_strIndentBytes;
-        }
-        if (m_cbPending + length <= kPendingBytes) {
-            CopyShortBytes(m_pendingBytes + m_cbPending, m_strIndentRunBytes.data(), length);
-            m_cbPending += length;
-            m_cchPending += count * m_strIndentChars.size();
-            return;
-        }
-    }
-    const size_t length = count * m_strIndentChars.size();
+    const size_t length = static_cast<size_t>(depth) * m_strIndentChars.size();
     while (m_strIndentRun.size() < length) {
         m_strIndentRun += m_strIndentChars;
     }
@@ -604,9 +339,9 @@ void CXmlTextWriter::WriteIndent(int32_t depth)
 void CXmlTextWriter::WriteNamespaceDeclaration(const std::wstring& prefix,
                                                const std::wstring& namespaceUri)
 {
-    PutAscii("xmlns:");
+    Put(L"xmlns:", 6);
     Put(prefix);
-    PutAscii("=\"");
+    Put(L"=\"", 2);
     WriteEscaped(namespaceUri.c_str(), true);
     Put(L'"');
 }
@@ -618,26 +353,26 @@ void CXmlTextWriter::CloseParentStartTag()
         m_pContext->SetStartTagOpen(false);
         Put(L'>');
         if (m_bFormatting) {
-            PutEOL();
+            Put(m_strEOLChars);
         }
     }
 }
 
 void CXmlTextWriter::WriteXmlDeclaration()
 {
-    PutAscii("<?xml version=\"1.0\"");
+    Put(L"<?xml version=\"1.0\"", 19);
     switch (m_pStream->GetEncoding()) {
     case XmlEncoding_UTF8:
-        PutAscii(" encoding=\"UTF-8\"");
+        Put(L" encoding=\"UTF-8\"", 17);
         break;
     case XmlEncoding_UTF16:
-        PutAscii(" encoding=\"UTF-16\"");
+        Put(L" encoding=\"UTF-16\"", 18);
         break;
     default: // UTF-16 without a name in the declaration, or unknown
         break;
     }
-    PutAscii("?>");
-    PutEOL();
+    Put(L"?>", 2);
+    Put(m_strEOLChars);
     EndConstruct();
 }
 
@@ -647,33 +382,33 @@ void CXmlTextWriter::WriteHeadedDirective(const wchar_t* text)
         throw CVxException(kMsgHeadedDirective);
     }
     PutText(text);
-    PutEOL();
+    Put(m_strEOLChars);
     EndConstruct();
 }
 
 void CXmlTextWriter::WriteComment(const wchar_t* text)
 {
-    PutAscii("<!--");
+    Put(L"<!--", 4);
     WriteEscaped(OrEmpty(text), false);
-    PutAscii("-->");
-    PutEOL();
+    Put(L"-->", 3);
+    Put(m_strEOLChars);
     EndConstruct();
 }
 
 void CXmlTextWriter::WriteRawBlock(const wchar_t* text)
 {
     PutText(text);
-    PutEOL();
-    PutEOL();
+    Put(m_strEOLChars);
+    Put(m_strEOLChars);
     EndConstruct();
 }
 
 void CXmlTextWriter::WriteRawLine(const wchar_t* text)
 {
     Put(L' ');
-    PutEOL();
+    Put(m_strEOLChars);
     PutText(text);
-    PutEOL();
+    Put(m_strEOLChars);
     EndConstruct();
 }
 
@@ -731,33 +466,23 @@ void CXmlTextWriter::StartElement(const wchar_t* localName, const wchar_t* names
         WriteIndent(context->GetDepth());
     }
     Put(L'<');
-    const size_t tagOffset = m_cbPending;
-    const uint64_t drains = m_ullDrains;
     if (!elementPrefix.empty()) {
         Put(elementPrefix);
         Put(L':');
     }
     Put(name, nameLength);
-    if (m_bBytes && m_ullDrains == drains) {
-        element.tagOffset = tagOffset;
-        element.tagBytes = m_cbPending - tagOffset;
-        element.tagChars = nameLength + (elementPrefix.empty() ? 0 : elementPrefix.size() + 1);
-        element.tagDrains = drains;
-    } else {
-        element.tagDrains = ~uint64_t{0};
-    }
     if (declare) {
         Put(L' ');
         WriteNamespaceDeclaration(*declare, uri);
     }
     if (undeclareDefault) {
-        PutAscii(" xmlns=\"\"");
+        Put(L" xmlns=\"\"", 9);
     }
 
     if (context->GetParent() == nullptr) {
         // Everything set up before the root is declared on the root.
         if (!context->GetDefaultNamespace().empty()) {
-            PutAscii(" xmlns=\"");
+            Put(L" xmlns=\"", 8);
             WriteEscaped(context->GetDefaultNamespace().c_str(), true);
             Put(L'"');
         }
@@ -803,34 +528,23 @@ void CXmlTextWriter::EndElement()
         throw CVxInvalidStateException(kMsgNoElementOpen);
     }
     if (m_pContext->IsStartTagOpen()) {
-        PutAscii("/>");
+        Put(L"/>", 2);
     } else {
         if (m_bFormatting && m_pContext->GetChildCount() > 0) {
             WriteIndent(m_pContext->GetDepth());
         }
-        const OpenElement& element = m_openElements[static_cast<size_t>(m_pContext->GetDepth())];
-        if (m_bBytes && element.tagDrains == m_ullDrains &&
-            m_cbPending + element.tagBytes + 3 <= kPendingBytes) {
-            // The start tag's name is still in the buffer: copy its bytes.
-            unsigned char* out = m_pendingBytes + m_cbPending;
-            out[0] = '<';
-            out[1] = '/';
-            CopyShortBytes(out + 2, m_pendingBytes + element.tagOffset, element.tagBytes);
-            out[2 + element.tagBytes] = '>';
-            m_cbPending += element.tagBytes + 3;
-            m_cchPending += element.tagChars + 3;
-        } else {
-            PutAscii("</");
-            if (!element.prefix.empty()) {
-                Put(element.prefix);
-                Put(L':');
-            }
-            Put(m_pContext->GetLocalName());
-            Put(L'>');
+        const std::wstring& prefix =
+            m_openElements[static_cast<size_t>(m_pContext->GetDepth())].prefix;
+        Put(L"</", 2);
+        if (!prefix.empty()) {
+            Put(prefix);
+            Put(L':');
         }
+        Put(m_pContext->GetLocalName());
+        Put(L'>');
     }
     if (m_bFormatting) {
-        PutEOL();
+        Put(m_strEOLChars);
     }
     EndConstruct();
     PopContext();
@@ -859,7 +573,7 @@ void CXmlTextWriter::WriteAttribute(const wchar_t* localName, const wchar_t* nam
         Put(L':');
     }
     PutText(localName);
-    PutAscii("=\"");
+    Put(L"=\"", 2);
     WriteEscaped(OrEmpty(value), true);
     Put(L'"');
     EndConstruct();

@@ -57,9 +57,9 @@ struct EscapeTables
 };
 constexpr EscapeTables kEscape;
 
-// What a run of copied characters stops at besides the terminating zero:
-// nothing, the characters element text escapes, those attribute values do.
-enum RunMode : int { kRaw, kText, kAttribute };
+// What a run of copied characters stops at: the characters element text
+// escapes, or those attribute values escape.
+enum RunMode : int { kText, kAttribute };
 
 // Length of a zero-terminated text. The library's wcslen already reads in
 // vector blocks; reading past a text's end ourselves would trip memory
@@ -201,40 +201,30 @@ namespace {
 #if defined(__SSE2__)
 static_assert(sizeof(wchar_t) == 4, "four wide characters per 16-byte load");
 
-// Byte mask of the characters in v at which a run of the given mode stops:
-// the terminating zero, and in the escaping modes the characters they change.
+// Byte mask of the characters in v that a run of the given mode must look
+// at: a superset of those it stops at, found with few comparisons. Every
+// control character (the run copies those that need nothing), and '<' and
+// '>', which differ in one bit, as do '"' and '&' (the quotation mark
+// matters in attribute values only).
 template <int Mode> inline int StopMask(__m128i v)
 {
-    if constexpr (Mode == kRaw) {
-        return _mm_movemask_epi8(_mm_cmpeq_epi32(v, _mm_setzero_si128()));
+    const __m128i control = _mm_cmplt_epi32(v, _mm_set1_epi32(0x20));
+    const __m128i angle = _mm_cmpeq_epi32(_mm_or_si128(v, _mm_set1_epi32(2)), _mm_set1_epi32(L'>'));
+    __m128i amp;
+    if constexpr (Mode == kAttribute) {
+        amp = _mm_cmpeq_epi32(_mm_or_si128(v, _mm_set1_epi32(4)), _mm_set1_epi32(L'&'));
     } else {
-        // A superset of the characters to stop at, in few comparisons: every
-        // control character (the run looks at it and copies those that need
-        // nothing), and '<' and '>', which differ in one bit, as do '"' and
-        // '&' (the quotation mark matters in attribute values only).
-        const __m128i control = _mm_cmplt_epi32(v, _mm_set1_epi32(0x20));
-        const __m128i angle =
-            _mm_cmpeq_epi32(_mm_or_si128(v, _mm_set1_epi32(2)), _mm_set1_epi32(L'>'));
-        __m128i amp;
-        if constexpr (Mode == kAttribute) {
-            amp = _mm_cmpeq_epi32(_mm_or_si128(v, _mm_set1_epi32(4)), _mm_set1_epi32(L'&'));
-        } else {
-            amp = _mm_cmpeq_epi32(v, _mm_set1_epi32(L'&'));
-        }
-        return _mm_movemask_epi8(_mm_or_si128(_mm_or_si128(control, angle), amp));
+        amp = _mm_cmpeq_epi32(v, _mm_set1_epi32(L'&'));
     }
+    return _mm_movemask_epi8(_mm_or_si128(_mm_or_si128(control, angle), amp));
 }
 #endif
 
 template <int Mode> inline bool IsStop(wchar_t c)
 {
-    if constexpr (Mode == kRaw) {
-        return c == 0;
-    } else {
-        const unsigned char* table = Mode == kAttribute ? kEscape.attribute : kEscape.text;
-        const auto u = static_cast<uint32_t>(c);
-        return u == 0 || (u < 0x40 && table[u] != Keep);
-    }
+    const unsigned char* table = Mode == kAttribute ? kEscape.attribute : kEscape.text;
+    const auto u = static_cast<uint32_t>(c);
+    return u == 0 || (u < 0x40 && table[u] != Keep);
 }
 
 } // namespace
@@ -434,6 +424,7 @@ void CXmlTextWriter::StartElement(const wchar_t* localName, const wchar_t* names
         m_openElements.resize(depth + 1);
     }
     OpenElement& element = m_openElements[depth];
+    element.tagDrains = ~uint64_t{0}; // until this element's tag is written
 
     const std::wstring& uri = context->GetNamespaceUri();
     const std::wstring* declare = nullptr;

@@ -139,7 +139,13 @@ private:
     // Ends every writing operation: flushes the stream once it holds 4096
     // characters or more, handing it the buffered text first when only the
     // two together reach that.
-    VXXML_WRITER_INTERNAL void EndConstruct();
+    void EndConstruct()
+    {
+        if (m_bStreamFlushes) {
+            FlushIfDue();
+        }
+    }
+    VXXML_WRITER_INTERNAL void FlushIfDue();
 
     VXXML_WRITER_INTERNAL void WriteEscaped(const wchar_t* text, bool attributeMode);
     VXXML_WRITER_INTERNAL void WriteIndent(int32_t depth);
@@ -162,6 +168,12 @@ private:
         // namespace reuses the prefix while that scope is unchanged.
         const CXmlWriterContext* scopeOwner = nullptr;
         uint32_t scopeChanges = 0;
+        // Where "prefix:name" of the start tag lies in the buffer; valid
+        // while the buffer has not been handed on since
+        // (tagDrains == m_ullDrains).
+        size_t tagOffset = 0;
+        size_t tagLength = 0;
+        uint64_t tagDrains = ~uint64_t{0};
     };
 
     std::wstring m_strIndentChars;
@@ -178,6 +190,7 @@ private:
     // capacity suffices.
     std::wstring m_strScratchUri;
     size_t m_cchPending = 0;
+    uint64_t m_ullDrains = 0; // times the buffer was handed on or emptied
     // The stream's length when it was last flushed: a stream that keeps its
     // text is not flushed again until it has received more.
     uint32_t m_cchAtLastFlush = 0;

@@ -57,9 +57,9 @@ struct EscapeTables
 };
 constexpr EscapeTables kEscape;
 
-// What a run of copied characters stops at besides the terminating zero:
-// nothing, the characters element text escapes, those attribute values do.
-enum RunMode : int { kRaw, kText, kAttribute };
+// What a run of copied characters stops at: the characters element text
+// escapes, or those attribute values escape.
+enum RunMode : int { kText, kAttribute };
 
 // Length of a zero-terminated text. The library's wcslen already reads in
 // vector blocks; reading past a text's end ourselves would trip memory
@@ -102,6 +102,7 @@ void CXmlTextWriter::StartDocument()
 {
     CXmlWriter::StartDocument();
     m_cchPending = 0; // the stream starts empty, so does what is owed to it
+    ++m_ullDrains;
     m_bFlushedOnce = false;
     m_pStream->Open();
 }
@@ -157,7 +158,7 @@ void CXmlTextWriter::PutLong(const wchar_t* text, size_t length)
 void CXmlTextWriter::PutText(const wchar_t* text)
 {
     if (text) {
-        PutRun<kRaw>(text, text + TextLength(text));
+        Put(text, TextLength(text));
     }
 }
 
@@ -166,15 +167,13 @@ void CXmlTextWriter::Drain()
     if (m_cchPending != 0) {
         const size_t count = m_cchPending;
         m_cchPending = 0;
+        ++m_ullDrains;
         m_pStream->Write(m_pending, count);
     }
 }
 
-void CXmlTextWriter::EndConstruct()
+void CXmlTextWriter::FlushIfDue()
 {
-    if (!m_bStreamFlushes) {
-        return;
-    }
     // A stream that keeps its text (in memory) stays above the threshold
     // and is flushed after every construct; the buffer then goes on
     // collecting. A stream that writes out (a file) falls back to zero at
@@ -202,42 +201,30 @@ namespace {
 #if defined(__SSE2__)
 static_assert(sizeof(wchar_t) == 4, "four wide characters per 16-byte load");
 
-// Byte mask of the characters in v at which a run of the given mode stops:
-// the terminating zero, and in the escaping modes the characters they change.
+// Byte mask of the characters in v that a run of the given mode must look
+// at: a superset of those it stops at, found with few comparisons. Every
+// control character (the run copies those that need nothing), and '<' and
+// '>', which differ in one bit, as do '"' and '&' (the quotation mark
+// matters in attribute values only).
 template <int Mode> inline int StopMask(__m128i v)
 {
-    if constexpr (Mode == kRaw) {
-        return _mm_movemask_epi8(_mm_cmpeq_epi32(v, _mm_setzero_si128()));
+    const __m128i control = _mm_cmplt_epi32(v, _mm_set1_epi32(0x20));
+    const __m128i angle = _mm_cmpeq_epi32(_mm_or_si128(v, _mm_set1_epi32(2)), _mm_set1_epi32(L'>'));
+    __m128i amp;
+    if constexpr (Mode == kAttribute) {
+        amp = _mm_cmpeq_epi32(_mm_or_si128(v, _mm_set1_epi32(4)), _mm_set1_epi32(L'&'));
     } else {
-        // Every character to stop at is at most '>': four letters (or
-        // characters beyond ASCII) pass with one comparison.
-        if (_mm_movemask_epi8(_mm_cmpgt_epi32(v, _mm_set1_epi32(L'>'))) == 0xFFFF) {
-            return 0;
-        }
-        __m128i hits = _mm_or_si128(_mm_or_si128(_mm_cmpeq_epi32(v, _mm_setzero_si128()),
-                                                 _mm_cmpeq_epi32(v, _mm_set1_epi32(L'&'))),
-                                    _mm_or_si128(_mm_cmpeq_epi32(v, _mm_set1_epi32(L'<')),
-                                                 _mm_cmpeq_epi32(v, _mm_set1_epi32(L'>'))));
-        hits = _mm_or_si128(hits, _mm_or_si128(_mm_cmpeq_epi32(v, _mm_set1_epi32(L'\n')),
-                                               _mm_cmpeq_epi32(v, _mm_set1_epi32(L'\r'))));
-        if constexpr (Mode == kAttribute) {
-            hits = _mm_or_si128(hits, _mm_or_si128(_mm_cmpeq_epi32(v, _mm_set1_epi32(L'"')),
-                                                   _mm_cmpeq_epi32(v, _mm_set1_epi32(L'\t'))));
-        }
-        return _mm_movemask_epi8(hits);
+        amp = _mm_cmpeq_epi32(v, _mm_set1_epi32(L'&'));
     }
+    return _mm_movemask_epi8(_mm_or_si128(_mm_or_si128(control, angle), amp));
 }
 #endif
 
 template <int Mode> inline bool IsStop(wchar_t c)
 {
-    if constexpr (Mode == kRaw) {
-        return c == 0;
-    } else {
-        const unsigned char* table = Mode == kAttribute ? kEscape.attribute : kEscape.text;
-        const auto u = static_cast<uint32_t>(c);
-        return u == 0 || (u < 0x40 && table[u] != Keep);
-    }
+    const unsigned char* table = Mode == kAttribute ? kEscape.attribute : kEscape.text;
+    const auto u = static_cast<uint32_t>(c);
+    return u == 0 || (u < 0x40 && table[u] != Keep);
 }
 
 } // namespace
@@ -259,8 +246,15 @@ template <int Mode> const wchar_t* CXmlTextWriter::PutRun(const wchar_t* p, cons
             const int mask = StopMask<Mode>(v);
             if (mask != 0) {
                 const int k = __builtin_ctz(static_cast<unsigned>(mask)) / 4;
-                m_cchPending = static_cast<size_t>(o + k - m_pending);
-                return p + k;
+                o += k;
+                p += k;
+                if (IsStop<Mode>(*p)) {
+                    m_cchPending = static_cast<size_t>(o - m_pending);
+                    return p;
+                }
+                ++o; // a character the mask only flagged to be looked at
+                ++p;
+                continue;
             }
             o += 4;
             p += 4;
@@ -430,6 +424,7 @@ void CXmlTextWriter::StartElement(const wchar_t* localName, const wchar_t* names
         m_openElements.resize(depth + 1);
     }
     OpenElement& element = m_openElements[depth];
+    element.tagDrains = ~uint64_t{0}; // until this element's tag is written
 
     const std::wstring& uri = context->GetNamespaceUri();
     const std::wstring* declare = nullptr;
@@ -443,8 +438,12 @@ void CXmlTextWriter::StartElement(const wchar_t* localName, const wchar_t* names
     const OpenElement* parentElement = sameAsParent ? &m_openElements[depth - 1] : nullptr;
     if (parentElement && parentElement->scopeOwner == context->GetScopeOwner() &&
         parentElement->scopeChanges == context->GetScopeChanges()) {
-        // Same namespace, same scope: the parent's answer holds.
-        element.prefix = parentElement->prefix;
+        // Same namespace, same scope: the parent's answer holds (and is
+        // usually already there: no prefix, or the sibling's).
+        if (element.prefix.size() != parentElement->prefix.size() ||
+            element.prefix != parentElement->prefix) {
+            element.prefix = parentElement->prefix;
+        }
     } else if (!uri.empty() && uri != context->GetDefaultNamespace()) {
         const std::wstring* prefix = context->FindPrefix(uri);
         // An empty prefix cannot name a namespace other than the default
@@ -466,11 +465,17 @@ void CXmlTextWriter::StartElement(const wchar_t* localName, const wchar_t* names
         WriteIndent(context->GetDepth());
     }
     Put(L'<');
+    const size_t tagOffset = m_cchPending;
+    const uint64_t drains = m_ullDrains;
     if (!elementPrefix.empty()) {
         Put(elementPrefix);
         Put(L':');
     }
     Put(name, nameLength);
+    // The end tag copies these characters while they are still buffered.
+    element.tagOffset = tagOffset;
+    element.tagLength = m_cchPending - tagOffset;
+    element.tagDrains = m_ullDrains == drains ? drains : ~uint64_t{0};
     if (declare) {
         Put(L' ');
         WriteNamespaceDeclaration(*declare, uri);
@@ -533,15 +538,25 @@ void CXmlTextWriter::EndElement()
         if (m_bFormatting && m_pContext->GetChildCount() > 0) {
             WriteIndent(m_pContext->GetDepth());
         }
-        const std::wstring& prefix =
-            m_openElements[static_cast<size_t>(m_pContext->GetDepth())].prefix;
-        Put(L"</", 2);
-        if (!prefix.empty()) {
-            Put(prefix);
-            Put(L':');
+        const OpenElement& element = m_openElements[static_cast<size_t>(m_pContext->GetDepth())];
+        if (element.tagDrains == m_ullDrains &&
+            m_cchPending + element.tagLength + 3 <= kPendingCapacity) {
+            // "prefix:name" of the start tag is still in the buffer.
+            wchar_t* out = m_pending + m_cchPending;
+            out[0] = L'<';
+            out[1] = L'/';
+            CopyShort(out + 2, m_pending + element.tagOffset, element.tagLength);
+            out[2 + element.tagLength] = L'>';
+            m_cchPending += element.tagLength + 3;
+        } else {
+            Put(L"</", 2);
+            if (!element.prefix.empty()) {
+                Put(element.prefix);
+                Put(L':');
+            }
+            Put(m_pContext->GetLocalName());
+            Put(L'>');
         }
-        Put(m_pContext->GetLocalName());
-        Put(L'>');
     }
     if (m_bFormatting) {
         Put(m_strEOLChars);

@@ -202,3 +202,58 @@ TEST(XmlTextWriterRuns, IndentationFollowsTheCurrentIndentCharacters)
     EXPECT_EQ(std::wstring(stream.GetText()),
               L"<e>\n\t<e>\n\t\t<e/>\n\t</e>\n</e>\n<e>\n  <e/>\n</e>\n");
 }
+
+TEST(XmlTextWriterRuns, CharactersLookedAtButNotEscapedAreKept)
+{
+    // Every ASCII character and a few beyond, shifted through each position
+    // of a block: control characters, and neighbours of the escaped ones
+    // ('=' and '?' beside '<' and '>', '$' and '\'' beside '"' and '&').
+    std::wstring all;
+    for (wchar_t c = 1; c < 0x80; ++c) {
+        all += c;
+    }
+    all += L"\u00E9\u20AC\U0001F600";
+    for (size_t shift = 0; shift < 4; ++shift) {
+        const std::wstring v = std::wstring(shift, L'x') + all;
+        const std::wstring out = Write([&](CXmlTextWriter& w) {
+            w.StartElement(L"r", L"");
+            w.WriteAttribute(L"a", L"", v.c_str(), ItemType_string);
+            w.WriteElementText(v.c_str(), ItemType_string, false);
+            w.EndElement();
+        });
+        EXPECT_EQ(out, L"<r a=\"" + Escaped(v, true) + L"\">" + Escaped(v, false) + L"</r>")
+            << "shift " << shift;
+    }
+}
+
+TEST(XmlTextWriterRuns, EndTagsRepeatTheirStartTagsAcrossBufferHandOvers)
+{
+    // Start tags of every length land on every position around the points
+    // where the writer hands its buffer to the stream (every 2048
+    // characters); a prefix rebound while an element is open must not change
+    // its end tag.
+    std::wstring expected = L"<root xmlns:p=\"urn:p\">";
+    const std::wstring out = Write([&](CXmlTextWriter& w) {
+        w.AddNamespace(L"p", L"urn:p");
+        w.StartElement(L"root", L"");
+        for (size_t i = 0; i < 600; ++i) {
+            std::wstring name = L"e" + std::wstring(i % 37, i % 2 ? L'\u00E9' : L'n');
+            if (i % 11 == 0) {
+                name += L"\U0001F600";
+            }
+            const bool prefixed = i % 3 == 0;
+            const std::wstring tag = prefixed ? L"p:" + name : name;
+            w.StartElement(name.c_str(), prefixed ? L"urn:p" : L"");
+            if (i % 5 == 0) {
+                w.AddNamespace(L"q", L"urn:p"); // later elements would use q
+            }
+            const std::wstring text(i % 7, L't');
+            w.WriteElementText(text.c_str(), ItemType_string, false);
+            w.EndElement();
+            expected +=
+                text.empty() ? L"<" + tag + L"/>" : L"<" + tag + L">" + text + L"</" + tag + L">";
+        }
+        w.EndElement();
+    });
+    EXPECT_EQ(out, expected + L"</root>");
+}

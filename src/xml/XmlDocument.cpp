@@ -110,6 +110,11 @@ void CXmlDocument::Cleanup()
     CloseFile();
 }
 
+void CXmlDocument::ReleaseCachedMemory()
+{
+    detail::MappedChunkCache::Clear();
+}
+
 void CXmlDocument::ClearTree()
 {
     m_pElementStack.clear();

@@ -204,3 +204,38 @@ TEST(XmlDocument, ContextWithSchemaTypeDtdReadsNamesAsWritten)
     EXPECT_EQ(Dump(doc.GetDocumentElement()), L"{}p:r[@{}xmlns:p=urn:p][@{}p:a=1]\"\"()");
     EXPECT_EQ(doc.LookupNamespaceFromAlias(L"p"), L"");
 }
+
+// Trees large enough to take their memory in mapped chunks leave those chunks
+// for the next document: a tree built in reused memory must hold nothing of
+// the previous one, and so must one built after the kept chunks are released.
+TEST(XmlDocument, LargeTreesReuseTheMemoryOfEarlierOnes)
+{
+    auto document = [](char letter, int items) {
+        std::string xml = "<r>";
+        for (int i = 0; i < items; ++i) {
+            xml += "<i n='" + std::to_string(i) + "'>" + std::string(1 + i % 7, letter) + "</i>";
+        }
+        return xml + "</r>";
+    };
+    auto check = [](CXmlDocument& doc, char letter, int items) {
+        int count = 0;
+        for (const CXmlElement* e = doc.GetDocumentElement()->GetFirstElement(); e != nullptr;
+             e = e->GetNextSiblingElement(), ++count) {
+            ASSERT_EQ(e->GetAttribute(L"n", L""), std::to_wstring(count));
+            ASSERT_EQ(e->GetText(), std::wstring(1 + count % 7, static_cast<wchar_t>(letter)));
+            ASSERT_TRUE(e->GetAttributes().size() == 1 && e->GetFirstElement() == nullptr);
+        }
+        EXPECT_EQ(count, items);
+    };
+    const int kItems = 60000; // well beyond the malloc'd chunks of small trees
+    for (const auto& [letter, release] : {std::pair{'a', false}, {'b', false}, {'c', true}}) {
+        if (release) {
+            CXmlDocument::ReleaseCachedMemory();
+        }
+        std::string xml = document(letter, kItems - (letter - 'a') * 1000);
+        CXmlDocument doc;
+        doc.LoadXmlStream(reinterpret_cast<unsigned char*>(xml.data()),
+                          static_cast<uint32_t>(xml.size()));
+        check(doc, letter, kItems - (letter - 'a') * 1000);
+    }
+}

@@ -1,5 +1,6 @@
 #include "core/NestingGuard.h"
 
+#include <algorithm>
 #include <atomic>
 #include <typeinfo>
 #include <vector>
@@ -21,6 +22,29 @@ using namespace VxXmlLib16Data;
 
 namespace VxXmlLib16 {
 namespace {
+
+// Which entries of a metadata table a read has met. The tables of ordinary
+// classes are short, so the flags live on the stack and reading an element
+// allocates nothing for them.
+class SeenFlags
+{
+public:
+    explicit SeenFlags(int count)
+        : m_heap(count > kInline ? static_cast<size_t>(count) : 0, 0),
+          m_flags(count > kInline ? m_heap.data() : m_inline)
+    {
+        std::fill_n(m_inline, count > kInline ? 0 : count, 0);
+    }
+    SeenFlags(const SeenFlags&) = delete;
+    SeenFlags& operator=(const SeenFlags&) = delete;
+    char& operator[](int i) { return m_flags[i]; }
+
+private:
+    static constexpr int kInline = 64;
+    char m_inline[kInline];
+    std::vector<char> m_heap;
+    char* m_flags;
+};
 
 // Whether the object implements INillable and says it is nil. Most classes
 // do not implement it, and a dynamic_cast to an unrelated interface walks the
@@ -348,7 +372,7 @@ void CXmlGeneratedClass::ProcessAttributesFromXml(const CSerializationContext& c
     while (entries && entries[count]) {
         ++count;
     }
-    std::vector<char> found(count, 0);
+    SeenFlags found(count);
     for (CXmlAttribute* attribute : element->GetAttributes()) {
         if (attribute->IsNilAttribute()) {
             ReadNilAttribute(*attribute);
@@ -434,7 +458,7 @@ CXmlElement* CXmlGeneratedClass::ProcessElementAllFromXml(const CSerializationCo
         ++count;
     }
     const std::wstring& ns = element->GetNamespaceURI();
-    std::vector<char> found(count, 0);
+    SeenFlags found(count);
     while (child != nullptr) {
         bool taken = false;
         for (int i = 0; i < count && !taken; ++i) {

@@ -96,6 +96,19 @@ std::wstring Write(const std::function<void(CXmlTextWriter&)>& body)
     return stream.GetText();
 }
 
+// Writes v as an attribute value and as element text, and compares with the
+// reference escaping.
+void ExpectEscapedBothWays(const std::wstring& v, const std::string& where)
+{
+    const std::wstring out = Write([&](CXmlTextWriter& w) {
+        w.StartElement(L"r", L"");
+        w.WriteAttribute(L"a", L"", v.c_str(), ItemType_string);
+        w.WriteElementText(v.c_str(), ItemType_string, false);
+        w.EndElement();
+    });
+    EXPECT_EQ(out, L"<r a=\"" + Escaped(v, true) + L"\">" + Escaped(v, false) + L"</r>") << where;
+}
+
 } // namespace
 
 TEST(XmlTextWriterRuns, TextsEndingAtAPageEndAreReadUpToTheirEndOnly)
@@ -138,15 +151,7 @@ TEST(XmlTextWriterRuns, LongValuesAreEscapedAcrossTheWritersBuffer)
         value += m < 3 || m > 2044 ? L"&<>\"\n\r\t"[i % 7] : static_cast<wchar_t>(0x3B1 + i % 20);
     }
     for (size_t offset : {0u, 1u, 2u, 3u}) {
-        const std::wstring v = value.substr(offset);
-        const std::wstring out = Write([&](CXmlTextWriter& w) {
-            w.StartElement(L"r", L"");
-            w.WriteAttribute(L"a", L"", v.c_str(), ItemType_string);
-            w.WriteElementText(v.c_str(), ItemType_string, false);
-            w.EndElement();
-        });
-        EXPECT_EQ(out, L"<r a=\"" + Escaped(v, true) + L"\">" + Escaped(v, false) + L"</r>")
-            << "offset " << offset;
+        ExpectEscapedBothWays(value.substr(offset), "offset " + std::to_string(offset));
     }
 }
 
@@ -214,15 +219,7 @@ TEST(XmlTextWriterRuns, CharactersLookedAtButNotEscapedAreKept)
     }
     all += L"\u00E9\u20AC\U0001F600";
     for (size_t shift = 0; shift < 4; ++shift) {
-        const std::wstring v = std::wstring(shift, L'x') + all;
-        const std::wstring out = Write([&](CXmlTextWriter& w) {
-            w.StartElement(L"r", L"");
-            w.WriteAttribute(L"a", L"", v.c_str(), ItemType_string);
-            w.WriteElementText(v.c_str(), ItemType_string, false);
-            w.EndElement();
-        });
-        EXPECT_EQ(out, L"<r a=\"" + Escaped(v, true) + L"\">" + Escaped(v, false) + L"</r>")
-            << "shift " << shift;
+        ExpectEscapedBothWays(std::wstring(shift, L'x') + all, "shift " + std::to_string(shift));
     }
 }
 

@@ -171,8 +171,8 @@ void WriteShared(CXmlTextWriter& writer, const SharedNode& node)
 }
 
 // The to-string path of the library: write everything into an in-memory
-// stream, then convert the whole text to UTF-8 once.
-[[gnu::noinline]] CBinaryData WriteWithVxxml(bool formatting)
+// stream, then hand over its UTF-8 bytes. writeTree writes the root.
+template <class WriteTree> CBinaryData WriteToMemory(bool formatting, WriteTree writeTree)
 {
     CTextStream stream(XmlEncoding_UTF8);
     CXmlTextWriter writer(&stream);
@@ -182,25 +182,20 @@ void WriteShared(CXmlTextWriter& writer, const SharedNode& node)
     writer.SetDefaultNamespace(kInv);
     writer.AddNamespace(L"m", kMeta);
     writer.AddNamespace(L"xsi", kXsi);
-    WriteNode(writer, Tree());
+    writeTree(writer);
     writer.EndDocument();
     return stream.ToBytes();
+}
+
+[[gnu::noinline]] CBinaryData WriteWithVxxml(bool formatting)
+{
+    return WriteToMemory(formatting, [](CXmlTextWriter& w) { WriteNode(w, Tree()); });
 }
 
 // The same path over the tree with shared names.
 [[gnu::noinline]] CBinaryData WriteSharedWithVxxml(bool formatting)
 {
-    CTextStream stream(XmlEncoding_UTF8);
-    CXmlTextWriter writer(&stream);
-    writer.StartDocument();
-    writer.SetFormatting(formatting);
-    writer.WriteXmlDeclaration();
-    writer.SetDefaultNamespace(kInv);
-    writer.AddNamespace(L"m", kMeta);
-    writer.AddNamespace(L"xsi", kXsi);
-    WriteShared(writer, SharedTree());
-    writer.EndDocument();
-    return stream.ToBytes();
+    return WriteToMemory(formatting, [](CXmlTextWriter& w) { WriteShared(w, SharedTree()); });
 }
 
 // A memory stream that converts each flushed chunk to UTF-8 at once, the way

@@ -85,6 +85,9 @@ private:
     // Converts text and appends its bytes; false when some character has no
     // UTF-8 form (then nothing of the text has been kept).
     bool AppendEncoded(const wchar_t* text, size_t count);
+    // Appends all text so far: the bytes made, decoded, then the staged
+    // characters.
+    void AppendWholeText(std::wstring& text);
     // Stops converting: the bytes made so far go back into m_buffer as wide
     // text, ahead of the staged characters.
     void FallBackToWideText();

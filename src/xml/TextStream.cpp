@@ -198,10 +198,9 @@ void CTextStream::EncodeStaged()
     m_buffer.Clear();
 }
 
-void CTextStream::FallBackToWideText()
+void CTextStream::AppendWholeText(std::wstring& text)
 {
-    std::wstring text;
-    text.reserve(GetLength());
+    text.reserve(text.size() + GetLength());
     AppendDecoded(text, m_bdBytes.GetData(), m_bdBytes.GetLength());
     AppendDecoded(text, m_pBytes, m_cbBytes);
     const uint32_t blockCount = m_buffer.GetBlockCount();
@@ -210,6 +209,12 @@ void CTextStream::FallBackToWideText()
         const wchar_t* block = m_buffer.GetBlock(i, count);
         text.append(block, count);
     }
+}
+
+void CTextStream::FallBackToWideText()
+{
+    std::wstring text;
+    AppendWholeText(text);
     m_buffer.Clear();
     m_buffer.Append(text.data(), text.size());
     m_bdBytes.Clear();
@@ -248,15 +253,7 @@ const wchar_t* CTextStream::GetText()
         return m_buffer.GetBuffer();
     }
     m_strText.clear();
-    m_strText.reserve(GetLength());
-    AppendDecoded(m_strText, m_bdBytes.GetData(), m_bdBytes.GetLength());
-    AppendDecoded(m_strText, m_pBytes, m_cbBytes);
-    const uint32_t blockCount = m_buffer.GetBlockCount();
-    for (uint32_t i = 0; i < blockCount; ++i) {
-        uint32_t count = 0;
-        const wchar_t* block = m_buffer.GetBlock(i, count);
-        m_strText.append(block, count);
-    }
+    AppendWholeText(m_strText);
     return m_strText.c_str();
 }
 

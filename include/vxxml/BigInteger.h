@@ -61,6 +61,8 @@ public:
     void Parse(const wchar_t* text, size_t length);
     // Decimal digits with a leading '-' for a negative value.
     std::wstring ToString() const;
+    // Appends ToString()'s text to out.
+    void AppendTo(std::wstring& out) const;
 
     CBigInteger operator+(const CBigInteger& other) const;
     CBigInteger operator-(const CBigInteger& other) const;

@@ -92,6 +92,9 @@ public:
     // The lexical form: at least four year digits, the fraction without
     // trailing zeros, "Z" for a zero offset.
     std::wstring ToString() const;
+    // Appends ToString()'s text to out: for callers that format many values
+    // into one buffer instead of making a string per value.
+    void AppendTo(std::wstring& out) const;
 
     DateTimeType GetType() const { return m_eType; }
     // The enumerator's name, e.g. "dt_gYearMonth".

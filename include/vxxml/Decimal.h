@@ -52,6 +52,9 @@ public:
 
     // Every fraction digit the value holds; no point for a whole number.
     std::wstring ToString() const;
+    // Appends ToString()'s text to out: for callers that format many values
+    // into one buffer instead of making a string per value.
+    void AppendTo(std::wstring& out) const;
     // Rounded half away from zero to the given number of places (0 or less
     // means none, without a point), padded with zeros to exactly that many
     // places: 1.005 gives "1.01", -1.005 gives "-1.01", 2 gives "2.00". A

@@ -47,6 +47,11 @@ struct VXXML_API VxVariant
 
     void Clear();
     void SetInvalid();
+    // Back to the state of a default-constructed variant (invalid, not nil),
+    // but a string, decimal or date-time holder is kept for the next setter
+    // of the same kind to copy into. Meant for a variant that carries one
+    // value after another: the copies then reuse the holder's memory.
+    void SetInvalidKeepingStorage() noexcept;
     bool IsValid() const { return m_type != ItemType_Invalid || m_bNil; }
     void SetNil();
     bool IsNil() const { return m_bNil; }
@@ -77,7 +82,11 @@ struct VXXML_API VxVariant
     void SetDateTime(const CDateTime& value);
     void SetTime(const CDateTime& value);
     void SetChar(wchar_t value);
-    void SetString(std::wstring value);
+    // Copying into a kept string holder reuses its memory, so an accessor
+    // that hands out its member costs no allocation.
+    void SetString(const std::wstring& value);
+    // SetString that takes value over instead of copying it.
+    void AdoptString(std::wstring&& value);
     void SetBoolean(bool value);
     void SetDecimal(const CDecimal& value);
     void SetInteger(const CBigInteger& value);
@@ -158,8 +167,16 @@ private:
     template <class T> T LoadScalar() const noexcept;
     void StorePointer(ItemType type, void* value) noexcept;
     template <class T> const T& Held(const T* value) const;
+    // The holder kept by SetInvalidKeepingStorage() for a setter of family,
+    // or null; the variant no longer keeps it.
+    void* TakeSpare(uint8_t family) noexcept;
+    void DropSpare() noexcept;
 
     bool m_bNil;
+    // The family of a holder kept in the value slot while the variant is
+    // invalid (0: none). It sits in what would otherwise be padding, so the
+    // variant keeps its size and layout.
+    uint8_t m_spare = 0;
     ItemType m_type;
     // One 64-bit slot. Scalars occupy its first bytes at their own width and
     // leave the rest as it was.

@@ -89,17 +89,27 @@ protected:
     // Makes a class's tables on first use, whichever thread comes first, and
     // answers them without locking afterwards. slot is the class's own
     // static; build makes the tables (called once, under m_csInit).
+    // Every write and read asks for the tables several times per object, so
+    // the answer once they exist is one load, inlined into the caller; the
+    // first use takes the out-of-line path.
     template <class Build>
     static const CClassMetaData& GetMetaDataOnce(std::atomic<CClassMetaData*>& slot, Build build)
     {
-        CClassMetaData* tables = slot.load(std::memory_order_acquire);
+        if (const CClassMetaData* tables = slot.load(std::memory_order_acquire)) [[likely]] {
+            return *tables;
+        }
+        return BuildMetaDataOnce(slot, build);
+    }
+
+    template <class Build>
+    [[gnu::noinline, gnu::cold]] static const CClassMetaData&
+    BuildMetaDataOnce(std::atomic<CClassMetaData*>& slot, Build& build)
+    {
+        std::lock_guard<CVXCriticalSection> lock(m_csInit);
+        CClassMetaData* tables = slot.load(std::memory_order_relaxed);
         if (tables == nullptr) {
-            std::lock_guard<CVXCriticalSection> lock(m_csInit);
-            tables = slot.load(std::memory_order_relaxed);
-            if (tables == nullptr) {
-                tables = new CClassMetaData(build());
-                slot.store(tables, std::memory_order_release);
-            }
+            tables = new CClassMetaData(build());
+            slot.store(tables, std::memory_order_release);
         }
         return *tables;
     }

@@ -1,3 +1,5 @@
+#include "core/ValueScratch.h"
+
 #include <cassert>
 #include <cwctype>
 #include <vxxml/ElementInfo.h>
@@ -162,7 +164,8 @@ void CElementInfo::ReadProperty(const CXmlGeneratedClass* owner, VxVariant& valu
 void CElementInfo::InvokePropertyGet(const CXmlGeneratedClass* owner, VxVariant& value) const
 {
     try {
-        owner->ReadProperty(m_iPropertyIndex, value);
+        // What ReadProperty does, without its extra call per value.
+        const_cast<CXmlGeneratedClass*>(owner)->AccessProperty(m_iPropertyIndex, true, value);
     } catch (const CVxException& e) {
         throw CVxValidationException(
             FormatString(L"Failed to get the property value for [%s].", m_strElementName.c_str()),
@@ -291,7 +294,8 @@ bool CElementInfo::ElementToXmlEnum(const CSerializationContext& context,
 bool CElementInfo::WriteSimple(const CSerializationContext&, const CXmlGeneratedClass* owner,
                                CXmlWriter* writer, EnumToTextFn enumToText) const
 {
-    VxVariant value;
+    detail::CValueLease lease(enumToText ? ItemType_i4 : m_primitiveType);
+    VxVariant& value = lease.Value();
     ReadProperty(owner, value);
     if (value.IsNil()) {
         writer->StartElement(m_strElementName.c_str(), m_strNamespaceUri.c_str());
@@ -305,7 +309,7 @@ bool CElementInfo::WriteSimple(const CSerializationContext&, const CXmlGenerated
     const wchar_t* text;
     ItemType kind = ItemType_string;
     bool isDefault;
-    std::wstring buffer;
+    std::wstring& buffer = lease.Text();
     if (enumToText) {
         text = enumToText(value.GetI4());
         text = text ? text : L"";

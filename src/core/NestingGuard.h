@@ -18,26 +18,30 @@ class NestingGuard
 public:
     static constexpr int kMaxDepth = 1000;
 
-    NestingGuard()
+    NestingGuard() : m_depth(Depth())
     {
-        if (++Depth() > kMaxDepth) {
-            --Depth();
+        if (++m_depth > kMaxDepth) {
+            --m_depth;
             throw CVxException(FormatString(
                 L"The elements are nested more than %d levels deep; reading or writing them would "
                 L"exhaust the stack",
                 kMaxDepth));
         }
     }
-    ~NestingGuard() { --Depth(); }
+    ~NestingGuard() { --m_depth; }
     NestingGuard(const NestingGuard&) = delete;
     NestingGuard& operator=(const NestingGuard&) = delete;
 
 private:
+    // Fetched once per level: each lookup of a thread-local in a shared
+    // library is a call.
     static int& Depth()
     {
         thread_local int depth = 0;
         return depth;
     }
+
+    int& m_depth;
 };
 
 } // namespace VxXmlLib16::detail

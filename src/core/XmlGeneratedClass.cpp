@@ -1,4 +1,5 @@
 #include "core/NestingGuard.h"
+#include "core/ValueScratch.h"
 
 #include <algorithm>
 #include <atomic>
@@ -218,11 +219,12 @@ void CXmlGeneratedClass::WriteContent(const CSerializationContext& context, CXml
     }
     const int valueIndex = info->GetPrimitiveValuePropertyIndex();
     if (valueIndex != -1 && info->GetPrimitiveDataType() != ItemType_Invalid) {
-        VxVariant value;
+        detail::CValueLease lease(info->GetPrimitiveDataType());
+        VxVariant& value = lease.Value();
         ReadProperty(valueIndex, value);
         if (!value.IsNil() && value.IsValid()) {
-            std::wstring buffer;
-            const std::wstring& text = value.ToText(info->GetPrimitiveFormatOverride(), buffer);
+            const std::wstring& text =
+                value.ToText(info->GetPrimitiveFormatOverride(), lease.Text());
             writer->WriteElementText(text.c_str(), value.GetTypeAsEnum(), false);
         }
     }
@@ -353,7 +355,7 @@ void CXmlGeneratedClass::ReadSimpleContent(const CParentElementInfo& info,
     }
     VxVariant value;
     if (info.GetOutputPrimitiveClassAsTextProperty()) {
-        value.SetString(element.CopyText());
+        value.AdoptString(element.CopyText());
     } else {
         const ItemType type = info.GetPrimitiveDataType();
         // Every kind but text has collapsed whitespace in XML Schema.

@@ -818,6 +818,9 @@ std::wstring TranslateXsdPattern(std::wstring_view pattern)
 struct CXsdPattern::Impl
 {
     pcre2_code* code = nullptr;
+    // Whether the JIT compiled the pattern: matching can then call the
+    // compiled code directly and skip pcre2_match's own dispatching.
+    bool jitted = false;
     ~Impl() { pcre2_code_free(code); }
 };
 
@@ -839,7 +842,7 @@ CXsdPattern::CXsdPattern(std::wstring_view pattern)
     }
     // The JIT is an optimisation only: when it is unavailable the
     // interpreter matches the same way.
-    pcre2_jit_compile(m_pImpl->code, PCRE2_JIT_COMPLETE);
+    m_pImpl->jitted = pcre2_jit_compile(m_pImpl->code, PCRE2_JIT_COMPLETE) == 0;
 }
 
 CXsdPattern::~CXsdPattern() = default;
@@ -858,13 +861,17 @@ bool CXsdPattern::Matches(std::wstring_view value) const
     }
     pcre2_match_data* data = ThreadMatchData();
     const auto subject = reinterpret_cast<PCRE2_SPTR>(value.data());
-    int rc = pcre2_match(m_pImpl->code, subject, value.size(), 0, PCRE2_NO_UTF_CHECK, data,
-                         MatchContext());
+    pcre2_match_context* const limits = MatchContext();
+    // pcre2_jit_match does no UTF check of its own; the loop above stands in for it.
+    int rc = m_pImpl->jitted
+                 ? pcre2_jit_match(m_pImpl->code, subject, value.size(), 0, 0, data, limits)
+                 : pcre2_match(m_pImpl->code, subject, value.size(), 0, PCRE2_NO_UTF_CHECK, data,
+                               limits);
     if (rc == PCRE2_ERROR_JIT_STACKLIMIT) {
         // The JIT's fixed stack is small; the interpreter keeps its frames on
         // the heap, bounded by the heap limit.
         rc = pcre2_match(m_pImpl->code, subject, value.size(), 0, PCRE2_NO_UTF_CHECK | PCRE2_NO_JIT,
-                         data, MatchContext());
+                         data, limits);
     }
     if (rc >= 0) {
         return true;

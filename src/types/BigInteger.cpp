@@ -151,13 +151,20 @@ void CBigInteger::Parse(const wchar_t* text, size_t length)
 
 std::wstring CBigInteger::ToString() const
 {
+    std::wstring out;
+    AppendTo(out);
+    return out;
+}
+
+void CBigInteger::AppendTo(std::wstring& out) const
+{
     const bool negative = m_lSign < 0 && !IsZero();
-    std::wstring out(m_vecDigits.size() + (negative ? 1 : 0), L'-');
-    auto pos = out.begin() + (negative ? 1 : 0);
+    const size_t start = out.size();
+    out.resize(start + m_vecDigits.size() + (negative ? 1 : 0), L'-');
+    wchar_t* pos = out.data() + start + (negative ? 1 : 0);
     for (auto it = m_vecDigits.rbegin(); it != m_vecDigits.rend(); ++it) {
         *pos++ = static_cast<wchar_t>(L'0' + *it);
     }
-    return out;
 }
 
 // ---------------------------------------------------------------------------

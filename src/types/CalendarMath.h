@@ -142,6 +142,7 @@ public:
         }
     }
     std::wstring str() const { return std::wstring(m_text, m_length); }
+    void AppendTo(std::wstring& out) const { out.append(m_text, m_length); }
 
 private:
     wchar_t m_text[192];

@@ -458,6 +458,13 @@ CDateTime CDateTime::FromString(std::wstring_view text, DateTimeType type)
 
 std::wstring CDateTime::ToString() const
 {
+    std::wstring text;
+    AppendTo(text);
+    return text;
+}
+
+void CDateTime::AppendTo(std::wstring& text) const
+{
     detail::TextBuilder out;
     if (TypeHasYear(m_eType)) {
         if (m_nYear < 0) {
@@ -499,7 +506,7 @@ std::wstring CDateTime::ToString() const
             detail::AppendUnsigned(out, static_cast<uint64_t>(magnitude % 60), 2);
         }
     }
-    return out.str();
+    out.AppendTo(text);
 }
 
 const wchar_t* CDateTime::GetTypeName(DateTimeType type)

@@ -249,14 +249,24 @@ void CDecimal::Parse(const wchar_t* text, size_t length)
 
 std::wstring CDecimal::ToString() const
 {
-    const bool negative = Signum() < 0;
-    const Digits& whole = m_biInteger.m_vecDigits;
+    std::wstring out;
+    AppendTo(out);
+    return out;
+}
+
+void CDecimal::AppendTo(std::wstring& out) const
+{
     if (m_biFraction.IsZero()) {
         // The integer part carries the sign, and a zero value is never negative.
-        return m_biInteger.ToString();
+        m_biInteger.AppendTo(out);
+        return;
     }
-    std::wstring out((negative ? 1 : 0) + whole.size() + 1 + static_cast<size_t>(m_lDivider), L'0');
-    auto pos = out.begin();
+    const bool negative = Signum() < 0;
+    const Digits& whole = m_biInteger.m_vecDigits;
+    const size_t start = out.size();
+    out.resize(start + (negative ? 1 : 0) + whole.size() + 1 + static_cast<size_t>(m_lDivider),
+               L'0');
+    wchar_t* pos = out.data() + start;
     if (negative) {
         *pos++ = L'-';
     }
@@ -266,11 +276,10 @@ std::wstring CDecimal::ToString() const
     *pos++ = L'.';
     // Fraction digits right-aligned in the divider's width; the zeros to
     // their left are already there.
-    auto it = out.end();
+    wchar_t* last = out.data() + out.size();
     for (wchar_t digit : m_biFraction.m_vecDigits) {
-        *--it = static_cast<wchar_t>(L'0' + digit);
+        *--last = static_cast<wchar_t>(L'0' + digit);
     }
-    return out;
 }
 
 std::wstring CDecimal::ToString(int decimalPlaces) const

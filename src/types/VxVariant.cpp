@@ -1,5 +1,6 @@
 #include <cassert>
 #include <cstring>
+#include <type_traits>
 #include <utility>
 #include <vxxml/BigInteger.h>
 #include <vxxml/BinaryData.h>
@@ -66,6 +67,21 @@ size_t ScalarWidth(ItemType type)
 // saves an allocation and a free per value, and a reused CDecimal keeps its
 // digit buffers, so copying a value into it usually allocates nothing.
 // Only small holders are kept, so a thread never sits on much memory.
+// Only small holders are kept for reuse, so a thread never sits on much
+// memory.
+bool IsSmall(const std::wstring& text) noexcept
+{
+    return text.capacity() <= 256;
+}
+bool IsSmall(const CDecimal& value) noexcept
+{
+    return value.GetIntegerDigitCount() <= 40 && value.GetFractionDigitCount() <= 40;
+}
+bool IsSmall(const CDateTime&) noexcept
+{
+    return true;
+}
+
 template <class T> class CShelf
 {
 public:
@@ -137,13 +153,65 @@ private:
         thread_local Store store;
         return store;
     }
-    static bool IsSmall(const std::wstring& text) noexcept { return text.capacity() <= 256; }
-    static bool IsSmall(const CDecimal& value) noexcept
-    {
-        return value.GetIntegerDigitCount() <= 40 && value.GetFractionDigitCount() <= 40;
-    }
-    static bool IsSmall(const CDateTime&) noexcept { return true; }
 };
+
+// The families of holders that a variant may keep for its next value
+// (SetInvalidKeepingStorage); 0 is none.
+enum : uint8_t { kSpareNone = 0, kSpareString = 1, kSpareDecimal = 2, kSpareDateTime = 3 };
+
+// A holder that is refilled with a copy of value (or value moved in); a
+// null one is taken from the shelf.
+template <class T, class V> T* Refill(T* holder, V&& value)
+{
+    if (holder == nullptr) {
+        return CShelf<T>::Make(std::forward<V>(value));
+    }
+    try {
+        *holder = std::forward<V>(value);
+    } catch (...) {
+        delete holder;
+        throw;
+    }
+    return holder;
+}
+
+// Digits written backwards into a small array, then copied once: integers
+// never need more than 20 digits and a sign.
+template <class T> const std::wstring& AssignInteger(std::wstring& buffer, T value)
+{
+    using U = std::make_unsigned_t<T>;
+    wchar_t digits[24];
+    wchar_t* const end = digits + 24;
+    wchar_t* p = end;
+    const bool negative = value < 0;
+    U magnitude = negative ? static_cast<U>(U(0) - static_cast<U>(value)) : static_cast<U>(value);
+    do {
+        *--p = static_cast<wchar_t>(L'0' + static_cast<unsigned>(magnitude % 10));
+        magnitude = static_cast<U>(magnitude / 10);
+    } while (magnitude != 0);
+    if (negative) {
+        *--p = L'-';
+    }
+    buffer.assign(p, end);
+    return buffer;
+}
+
+// The calendar kind each date-time item kind is written as.
+DateTimeType CalendarKindOf(ItemType type)
+{
+    switch (type) {
+    case ItemType_date:
+        return dt_date;
+    case ItemType_time:
+        return dt_time;
+    case ItemType_yearMonth:
+        return dt_gYearMonth;
+    case ItemType_monthDay:
+        return dt_gMonthDay;
+    default:
+        return dt_dateTime;
+    }
+}
 
 } // namespace
 
@@ -166,9 +234,10 @@ VxVariant::VxVariant(const VxVariant& other) : VxVariant()
 }
 
 VxVariant::VxVariant(VxVariant&& other) noexcept
-    : m_bNil(other.m_bNil), m_type(other.m_type), m_raw(other.m_raw)
+    : m_bNil(other.m_bNil), m_spare(other.m_spare), m_type(other.m_type), m_raw(other.m_raw)
 {
     other.m_bNil = false;
+    other.m_spare = kSpareNone;
     other.m_type = ItemType_Invalid;
     other.m_raw = 0;
 }
@@ -176,16 +245,20 @@ VxVariant::VxVariant(VxVariant&& other) noexcept
 VxVariant::~VxVariant()
 {
     Clear();
+    DropSpare();
 }
 
 VxVariant& VxVariant::operator=(VxVariant&& other) noexcept
 {
     if (this != &other) {
         Clear();
+        DropSpare();
         m_bNil = other.m_bNil;
+        m_spare = other.m_spare;
         m_type = other.m_type;
         m_raw = other.m_raw;
         other.m_bNil = false;
+        other.m_spare = kSpareNone;
         other.m_type = ItemType_Invalid;
         other.m_raw = 0;
     }
@@ -244,14 +317,23 @@ VxVariant& VxVariant::operator=(const VxVariant& other)
         }
     }
     Clear();
-    m_type = type;
+    DropSpare();
     m_bNil = nil;
     if (nil) {
-        return *this; // a nil copy carries the kind but no value
+        // A nil copy carries the kind but no value: a heap kind's slot must
+        // hold no pointer for Clear to release later.
+        if (ScalarWidth(type) == 0) {
+            m_raw = 0;
+        }
+        m_type = type;
+        return *this;
     }
     if (const size_t width = ScalarWidth(type)) {
+        m_type = type;
         std::memcpy(&m_raw, &raw, width);
     } else if (type != ItemType_Invalid) {
+        // Still invalid here, so the slot's old bits (a scalar's, say) are
+        // not taken for a holder to release.
         StorePointer(type, copy);
     }
     return *this;
@@ -312,6 +394,69 @@ void VxVariant::SetInvalid()
     m_type = ItemType_Invalid;
 }
 
+void VxVariant::SetInvalidKeepingStorage() noexcept
+{
+    uint8_t family = kSpareNone;
+    if (!m_bNil && m_raw != 0) {
+        switch (m_type) {
+        case ItemType_string:
+            family = IsSmall(*m_pString) ? kSpareString : kSpareNone;
+            break;
+        case ItemType_decimal:
+            family = IsSmall(*m_pDecimal) ? kSpareDecimal : kSpareNone;
+            break;
+        case ItemType_yearMonth:
+        case ItemType_monthDay:
+        case ItemType_date:
+        case ItemType_datetime:
+        case ItemType_time:
+            family = kSpareDateTime;
+            break;
+        default:
+            break;
+        }
+    }
+    if (family != kSpareNone) {
+        // The holder stays in the slot; only the kind says it holds no value.
+        m_type = ItemType_Invalid;
+        m_spare = family;
+    } else {
+        Clear();
+    }
+    m_bNil = false;
+}
+
+void* VxVariant::TakeSpare(uint8_t family) noexcept
+{
+    if (m_spare != family) {
+        DropSpare();
+        return nullptr;
+    }
+    m_spare = kSpareNone;
+    void* holder = m_pString; // every holder pointer shares the slot
+    m_raw = 0;
+    return holder;
+}
+
+void VxVariant::DropSpare() noexcept
+{
+    switch (m_spare) {
+    case kSpareString:
+        CShelf<std::wstring>::Drop(m_pString);
+        break;
+    case kSpareDecimal:
+        CShelf<CDecimal>::Drop(m_pDecimal);
+        break;
+    case kSpareDateTime:
+        CShelf<CDateTime>::Drop(m_pDateTime);
+        break;
+    default:
+        return;
+    }
+    m_spare = kSpareNone;
+    m_raw = 0;
+}
+
 void VxVariant::SetNil()
 {
     const ItemType type = m_type;
@@ -335,6 +480,7 @@ std::wstring VxVariant::GetType() const
 template <class T> void VxVariant::StoreScalar(ItemType type, T value) noexcept
 {
     Clear();
+    DropSpare();
     m_type = type;
     std::memcpy(&m_raw, &value, sizeof value);
 }
@@ -352,6 +498,7 @@ template <class T> T VxVariant::LoadScalar() const noexcept
 void VxVariant::StorePointer(ItemType type, void* value) noexcept
 {
     Clear();
+    DropSpare();
     m_type = type;
     switch (type) {
     case ItemType_hexBinary:
@@ -457,12 +604,12 @@ void VxVariant::SetDuration(const CDateTimeSpan& value)
 
 void VxVariant::SetYearMonth(const CDateTime& value)
 {
-    StorePointer(ItemType_yearMonth, CShelf<CDateTime>::Make(value));
+    StorePointer(ItemType_yearMonth, Refill(static_cast<CDateTime*>(TakeSpare(kSpareDateTime)), value));
 }
 
 void VxVariant::SetMonthDay(const CDateTime& value)
 {
-    StorePointer(ItemType_monthDay, CShelf<CDateTime>::Make(value));
+    StorePointer(ItemType_monthDay, Refill(static_cast<CDateTime*>(TakeSpare(kSpareDateTime)), value));
 }
 
 void VxVariant::SetYear(uint16_t value)
@@ -482,17 +629,17 @@ void VxVariant::SetDay(uint8_t value)
 
 void VxVariant::SetDate(const CDateTime& value)
 {
-    StorePointer(ItemType_date, CShelf<CDateTime>::Make(value));
+    StorePointer(ItemType_date, Refill(static_cast<CDateTime*>(TakeSpare(kSpareDateTime)), value));
 }
 
 void VxVariant::SetDateTime(const CDateTime& value)
 {
-    StorePointer(ItemType_datetime, CShelf<CDateTime>::Make(value));
+    StorePointer(ItemType_datetime, Refill(static_cast<CDateTime*>(TakeSpare(kSpareDateTime)), value));
 }
 
 void VxVariant::SetTime(const CDateTime& value)
 {
-    StorePointer(ItemType_time, CShelf<CDateTime>::Make(value));
+    StorePointer(ItemType_time, Refill(static_cast<CDateTime*>(TakeSpare(kSpareDateTime)), value));
 }
 
 void VxVariant::SetChar(wchar_t value)
@@ -500,9 +647,16 @@ void VxVariant::SetChar(wchar_t value)
     StoreScalar(ItemType_char, value);
 }
 
-void VxVariant::SetString(std::wstring value)
+void VxVariant::SetString(const std::wstring& value)
 {
-    StorePointer(ItemType_string, CShelf<std::wstring>::Make(std::move(value)));
+    StorePointer(ItemType_string,
+                 Refill(static_cast<std::wstring*>(TakeSpare(kSpareString)), value));
+}
+
+void VxVariant::AdoptString(std::wstring&& value)
+{
+    StorePointer(ItemType_string,
+                 Refill(static_cast<std::wstring*>(TakeSpare(kSpareString)), std::move(value)));
 }
 
 void VxVariant::SetBoolean(bool value)
@@ -512,7 +666,7 @@ void VxVariant::SetBoolean(bool value)
 
 void VxVariant::SetDecimal(const CDecimal& value)
 {
-    StorePointer(ItemType_decimal, CShelf<CDecimal>::Make(value));
+    StorePointer(ItemType_decimal, Refill(static_cast<CDecimal*>(TakeSpare(kSpareDecimal)), value));
 }
 
 void VxVariant::SetInteger(const CBigInteger& value)
@@ -863,10 +1017,56 @@ std::wstring VxVariant::ToString(const wchar_t* format) const
 
 const std::wstring& VxVariant::ToText(const wchar_t* format, std::wstring& buffer) const
 {
-    if (m_type == ItemType_string) {
+    // The commonest kinds are formatted straight into buffer, which keeps its
+    // memory from one value to the next; the texts are those of ToString.
+    switch (m_type) {
+    case ItemType_string:
         return Held(m_pString);
+    case ItemType_i1:
+        return AssignInteger(buffer, LoadScalar<int8_t>());
+    case ItemType_i2:
+        return AssignInteger(buffer, LoadScalar<int16_t>());
+    case ItemType_i4:
+        return AssignInteger(buffer, LoadScalar<int32_t>());
+    case ItemType_i8:
+        return AssignInteger(buffer, LoadScalar<int64_t>());
+    case ItemType_ui1:
+        return AssignInteger(buffer, LoadScalar<uint8_t>());
+    case ItemType_ui2:
+        return AssignInteger(buffer, LoadScalar<uint16_t>());
+    case ItemType_ui4:
+        return AssignInteger(buffer, LoadScalar<uint32_t>());
+    case ItemType_ui8:
+        return AssignInteger(buffer, LoadScalar<uint64_t>());
+    case ItemType_year:
+        return AssignInteger(buffer, LoadScalar<uint16_t>());
+    case ItemType_boolean:
+        buffer.assign(LoadScalar<uint8_t>() != 0 ? L"true" : L"false");
+        return buffer;
+    case ItemType_decimal:
+        if (format == nullptr || *format == 0) {
+            const CDecimal& value = Held(m_pDecimal);
+            buffer.clear();
+            value.AppendTo(buffer);
+            return buffer;
+        }
+        break;
+    case ItemType_yearMonth:
+    case ItemType_monthDay:
+    case ItemType_date:
+    case ItemType_datetime:
+    case ItemType_time:
+        // A value of another calendar kind is converted first: ToString does that.
+        if (const CDateTime& value = Held(m_pDateTime); value.GetType() == CalendarKindOf(m_type)) {
+            buffer.clear();
+            value.AppendTo(buffer);
+            return buffer;
+        }
+        break;
+    default:
+        break;
     }
-    buffer = ToString(format);
+    buffer.assign(ToString(format));
     return buffer;
 }
 
@@ -875,7 +1075,7 @@ void VxVariant::FromString(std::wstring&& text, ItemType type,
 {
     if (type == ItemType_string) {
         CWhitespaceUtils::ApplyRuleInPlace(rule, text);
-        return SetString(std::move(text));
+        return AdoptString(std::move(text));
     }
     FromString(static_cast<const std::wstring&>(text), type, rule);
 }
@@ -931,7 +1131,7 @@ void VxVariant::FromString(const std::wstring& text, ItemType type,
     case ItemType_char:
         return SetChar(CConversions::charFromString(text, rule));
     case ItemType_string:
-        return SetString(CConversions::stringFromString(text, rule));
+        return AdoptString(CConversions::stringFromString(text, rule));
     case ItemType_boolean:
         return SetBoolean(CConversions::booleanFromString(text, rule));
     case ItemType_decimal:

@@ -24,8 +24,24 @@ class CValueLease
 public:
     // expected: the kind the property is declared with; another kind works
     // too, it only reuses less.
-    explicit CValueLease(ItemType expected);
-    ~CValueLease();
+    explicit CValueLease(ItemType expected)
+    {
+        CShared* shared = t_state.shared;
+        if (shared != nullptr && !shared->busy) [[likely]] {
+            shared->busy = true;
+            m_pShared = shared;
+            m_pValue = &shared->values[FamilyOf(expected)];
+            m_pText = &shared->text;
+        } else {
+            Begin(expected);
+        }
+    }
+    ~CValueLease()
+    {
+        if (m_pShared != nullptr) {
+            End();
+        }
+    }
     CValueLease(const CValueLease&) = delete;
     CValueLease& operator=(const CValueLease&) = delete;
 
@@ -34,9 +50,45 @@ public:
     // Scratch for the value's text; its content is unspecified.
     std::wstring& Text() { return *m_pText; }
 
-    struct CShared;
-
 private:
+    enum Family { kString, kDecimal, kDateTime, kOther, kFamilies };
+    struct CShared
+    {
+        VxVariant values[kFamilies];
+        std::wstring text;
+        bool busy = false;
+    };
+    // Plain data, so that reaching it is one thread-local lookup with no
+    // initialisation check; the set itself is made on a thread's first
+    // lease and freed when the thread ends.
+    struct CThreadState
+    {
+        CShared* shared;
+        bool closed; // the thread is ending: leases use their own variant
+    };
+    static __thread CThreadState t_state;
+
+    static Family FamilyOf(ItemType type)
+    {
+        switch (type) {
+        case ItemType_string:
+            return kString;
+        case ItemType_decimal:
+            return kDecimal;
+        case ItemType_yearMonth:
+        case ItemType_monthDay:
+        case ItemType_date:
+        case ItemType_datetime:
+        case ItemType_time:
+            return kDateTime;
+        default:
+            return kOther;
+        }
+    }
+    // The slow paths: the thread's first lease, and a nested one.
+    void Begin(ItemType expected);
+    void End() noexcept;
+
     CShared* m_pShared = nullptr;
     VxVariant* m_pValue = nullptr;
     std::wstring* m_pText = nullptr;

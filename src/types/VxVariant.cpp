@@ -604,12 +604,14 @@ void VxVariant::SetDuration(const CDateTimeSpan& value)
 
 void VxVariant::SetYearMonth(const CDateTime& value)
 {
-    StorePointer(ItemType_yearMonth, Refill(static_cast<CDateTime*>(TakeSpare(kSpareDateTime)), value));
+    StorePointer(ItemType_yearMonth,
+                 Refill(static_cast<CDateTime*>(TakeSpare(kSpareDateTime)), value));
 }
 
 void VxVariant::SetMonthDay(const CDateTime& value)
 {
-    StorePointer(ItemType_monthDay, Refill(static_cast<CDateTime*>(TakeSpare(kSpareDateTime)), value));
+    StorePointer(ItemType_monthDay,
+                 Refill(static_cast<CDateTime*>(TakeSpare(kSpareDateTime)), value));
 }
 
 void VxVariant::SetYear(uint16_t value)
@@ -634,7 +636,8 @@ void VxVariant::SetDate(const CDateTime& value)
 
 void VxVariant::SetDateTime(const CDateTime& value)
 {
-    StorePointer(ItemType_datetime, Refill(static_cast<CDateTime*>(TakeSpare(kSpareDateTime)), value));
+    StorePointer(ItemType_datetime,
+                 Refill(static_cast<CDateTime*>(TakeSpare(kSpareDateTime)), value));
 }
 
 void VxVariant::SetTime(const CDateTime& value)

@@ -4,6 +4,8 @@
 #include "TestHelpers.h"
 #include "binding/TestSchema.h"
 
+#include <vector>
+
 using namespace VxXmlLib16;
 using namespace bt;
 
@@ -59,6 +61,41 @@ TEST(BindingWriteValues, AStringBreakingItsPatternIsRefusedOnEveryWrite)
     address->Set(CAddress::Zip, Value(ItemType_string, L"99999"));
     EXPECT_NE(address->ToXml(false, false, EOL_LF, CSerializationContext()).find(L"zip=\"99999\""),
               std::wstring::npos);
+}
+
+// An accessor that writes another document while the outer write holds a
+// value it has just read: the values of both writes must stay their own.
+class CWritingAddress : public CAddress
+{
+public:
+    CSmartPtr<CAddress> inner;
+    std::vector<std::wstring> innerXml;
+
+    void AccessProperty(int index, bool read, VxVariant& value) override
+    {
+        CAddress::AccessProperty(index, read, value);
+        if (read && inner) {
+            innerXml.push_back(inner->ToXml(false, false, EOL_LF, CSerializationContext()));
+        }
+    }
+};
+
+TEST(BindingWriteValues, AnAccessorMayWriteAnotherDocumentWhileItsValueIsHeld)
+{
+    CSmartPtr<CWritingAddress> outer(new CWritingAddress);
+    Filled(outer.Get(), L"12345");
+    outer->inner = Filled(new CAddress, L"99999");
+    outer->inner->Set(CAddress::Street, Value(ItemType_string, L"2 Side Road, far longer"));
+    const std::wstring xml = outer->ToXml(false, false, EOL_LF, CSerializationContext());
+    EXPECT_NE(xml.find(L"zip=\"12345\""), std::wstring::npos) << Narrow(xml);
+    EXPECT_NE(xml.find(L"street>1 Main St<"), std::wstring::npos) << Narrow(xml);
+    EXPECT_NE(xml.find(L"city>Springfield<"), std::wstring::npos) << Narrow(xml);
+    ASSERT_FALSE(outer->innerXml.empty());
+    for (const std::wstring& inner : outer->innerXml) {
+        EXPECT_NE(inner.find(L"zip=\"99999\""), std::wstring::npos) << Narrow(inner);
+        EXPECT_NE(inner.find(L"street>2 Side Road, far longer<"), std::wstring::npos)
+            << Narrow(inner);
+    }
 }
 
 } // namespace

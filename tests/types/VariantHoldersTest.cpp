@@ -120,4 +120,97 @@ TEST(VariantHolders, ViewsAnswerTheHeldValueOfTheirKindsOnly)
 #endif
 }
 
+// One variant carrying value after value, as writing does: a kept holder
+// of any length must not show through in the next value, whatever its kind,
+// and the text formatted into one buffer must follow each value's length.
+TEST(VariantHolders, KeptStorageCarriesNothingIntoTheNextValue)
+{
+    VxVariant nilString;
+    nilString.SetString(L"gone");
+    nilString.SetNil();
+    VxVariant longString;
+    longString.SetString(std::wstring(40, L'w'));
+    const auto set = [&](VxVariant& value, int step) {
+        switch (step) {
+        case 0:
+            value.SetString(std::wstring(90, L'x'));
+            break;
+        case 1:
+            value.SetString(L"ab");
+            break;
+        case 2:
+            value.SetDecimal(CDecimal(L"-12345678901234567890.125"));
+            break;
+        case 3:
+            value.SetDecimal(CDecimal(L"7"));
+            break;
+        case 4:
+            value.FromString(L"2026-12-31T23:59:58.125+05:30", ItemType_datetime, kCollapse);
+            break;
+        case 5:
+            value.FromString(L"2026-01-02", ItemType_date, kCollapse);
+            break;
+        case 6:
+            value.SetI4(-5);
+            break;
+        case 7:
+            value.SetNil();
+            break;
+        case 8:
+            value = nilString; // a nil copy over a slot that held other bits
+            break;
+        case 9:
+            value = longString;
+            break;
+        case 10:
+            value.SetBoolean(false);
+            break;
+        default:
+            value = VxVariant(longString); // moved in
+            break;
+        }
+    };
+    VxVariant value;
+    std::wstring buffer;
+    // Every order of two steps, so each kind follows each other kind.
+    for (int first = 0; first < 12; ++first) {
+        for (int second = 0; second < 12; ++second) {
+            for (int step : {first, second}) {
+                EXPECT_FALSE(value.IsValid());
+                EXPECT_FALSE(value.IsNil());
+                set(value, step);
+                VxVariant fresh;
+                set(fresh, step);
+                EXPECT_EQ(value.GetTypeAsEnum(), fresh.GetTypeAsEnum()) << first << ' ' << second;
+                EXPECT_EQ(value.IsNil(), fresh.IsNil()) << first << ' ' << second;
+                if (!fresh.IsNil() && fresh.IsValid()) {
+                    EXPECT_EQ(value.ToText(nullptr, buffer), fresh.ToString(nullptr))
+                        << first << ' ' << second;
+                }
+                value.SetInvalidKeepingStorage();
+            }
+        }
+    }
+    EXPECT_EQ(nilString.GetTypeAsEnum(), ItemType_string);
+    EXPECT_EQ(longString.GetString(), std::wstring(40, L'w'));
+}
+
+TEST(VariantHolders, AppendedTextsEqualTheirStrings)
+{
+    std::wstring out = L"prefix:";
+    const CDecimal decimals[] = {CDecimal(L"0"), CDecimal(L"-0.0005"), CDecimal(L"120.50"),
+                                 CDecimal(L"-98765432109876543210")};
+    for (const CDecimal& decimal : decimals) {
+        out.resize(7);
+        decimal.AppendTo(out);
+        EXPECT_EQ(out, L"prefix:" + decimal.ToString());
+    }
+    for (const wchar_t* text : {L"-0044-03-04", L"0001-01-01", L"12345-06-07+14:00"}) {
+        const CDateTime date = CDateTime::FromString(text, dt_date);
+        out.resize(7);
+        date.AppendTo(out);
+        EXPECT_EQ(out, std::wstring(L"prefix:") + text);
+    }
+}
+
 } // namespace

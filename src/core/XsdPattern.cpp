@@ -808,6 +808,261 @@ pcre2_match_data* ThreadMatchData()
     return holder.data;
 }
 
+// --- A direct matcher for the simplest patterns --------------------------
+//
+// Most facets are short sequences such as \d{3}-[A-Z]{2}: characters,
+// classes of ranges and \d, each with a quantifier, and nothing else. PCRE2's
+// fixed cost per match (and its Unicode property lookups for \d) outweighs
+// such a match many times over, so these are matched here. Only ASCII input
+// is judged at a \d; a value with any other character there is left to
+// PCRE2, which stays the authority.
+
+struct CSimplePiece
+{
+    std::vector<Range> ranges; // a literal is a range of one character
+    bool digit = false;        // \d is part of the class
+    uint32_t min = 1;
+    uint32_t max = 1; // kUnbounded for * and +
+};
+constexpr uint32_t kUnbounded = UINT32_MAX;
+
+// A character that stands for itself after a backslash, or 0.
+wchar_t SingleCharEscape(wchar_t c)
+{
+    switch (c) {
+    case L'n':
+        return L'\n';
+    case L'r':
+        return L'\r';
+    case L't':
+        return L'\t';
+    case L'\\':
+    case L'|':
+    case L'.':
+    case L'-':
+    case L'^':
+    case L'?':
+    case L'*':
+    case L'+':
+    case L'{':
+    case L'}':
+    case L'(':
+    case L')':
+    case L'[':
+    case L']':
+        return c;
+    default:
+        return 0;
+    }
+}
+
+bool IsMetaCharacter(wchar_t c)
+{
+    return std::wstring_view(L".\\?*+{}()[]|").find(c) != std::wstring_view::npos;
+}
+
+// Reads a repeat count; false when there is none.
+bool ReadCount(std::wstring_view p, size_t& i, uint32_t& count)
+{
+    const size_t start = i;
+    uint64_t value = 0;
+    while (i < p.size() && p[i] >= L'0' && p[i] <= L'9' && value <= UINT32_MAX / 10) {
+        value = value * 10 + static_cast<uint64_t>(p[i] - L'0');
+        ++i;
+    }
+    count = static_cast<uint32_t>(std::min<uint64_t>(value, kUnbounded - 1));
+    return i > start;
+}
+
+// Whether no character is in both classes.
+bool Disjoint(const CSimplePiece& a, const CSimplePiece& b)
+{
+    const auto overlapsDigits = [](const CSimplePiece& piece) {
+        for (const Range& r : piece.ranges) {
+            if (r.lo <= U'9' && r.hi >= U'0') {
+                return true;
+            }
+        }
+        return false;
+    };
+    if ((a.digit && (b.digit || overlapsDigits(b))) || (b.digit && overlapsDigits(a))) {
+        return false;
+    }
+    for (const Range& x : a.ranges) {
+        for (const Range& y : b.ranges) {
+            if (x.lo <= y.hi && y.lo <= x.hi) {
+                return false;
+            }
+        }
+    }
+    return true;
+}
+
+// The pieces of pattern, or nothing when it uses anything beyond them.
+// The pattern has already been accepted by the translator, so only the
+// shapes taken here need to be understood exactly.
+std::optional<std::vector<CSimplePiece>> SimplePieces(std::wstring_view p)
+{
+    std::vector<CSimplePiece> pieces;
+    size_t i = 0;
+    // One character of a class or of the sequence, escapes resolved.
+    const auto character = [&](wchar_t& c) {
+        if (p[i] == L'\\') {
+            if (i + 1 >= p.size() || (c = SingleCharEscape(p[i + 1])) == 0) {
+                return false;
+            }
+            i += 2;
+            return true;
+        }
+        c = p[i++];
+        return true;
+    };
+    while (i < p.size()) {
+        CSimplePiece piece;
+        if (p[i] == L'[') {
+            ++i;
+            if (i < p.size() && p[i] == L'^') {
+                return std::nullopt;
+            }
+            while (i < p.size() && p[i] != L']') {
+                if (p[i] == L'\\' && i + 1 < p.size() && p[i + 1] == L'd') {
+                    piece.digit = true;
+                    i += 2;
+                    continue;
+                }
+                if (p[i] == L'[' || p[i] == L'-') {
+                    return std::nullopt; // subtraction, or a '-' that is no range
+                }
+                wchar_t lo = 0;
+                if (!character(lo)) {
+                    return std::nullopt;
+                }
+                wchar_t hi = lo;
+                if (i + 1 < p.size() && p[i] == L'-' && p[i + 1] != L']' && p[i + 1] != L'[') {
+                    ++i;
+                    if (p[i] == L'\\' && i + 1 < p.size() && p[i + 1] == L'd') {
+                        return std::nullopt;
+                    }
+                    if (!character(hi)) {
+                        return std::nullopt;
+                    }
+                }
+                piece.ranges.push_back({static_cast<char32_t>(lo), static_cast<char32_t>(hi)});
+            }
+            if (i >= p.size()) {
+                return std::nullopt;
+            }
+            ++i; // ']'
+        } else if (p[i] == L'\\' && i + 1 < p.size() && p[i + 1] == L'd') {
+            piece.digit = true;
+            i += 2;
+        } else if (p[i] != L'\\' && IsMetaCharacter(p[i])) {
+            return std::nullopt;
+        } else {
+            wchar_t c = 0;
+            if (!character(c)) {
+                return std::nullopt;
+            }
+            piece.ranges.push_back({static_cast<char32_t>(c), static_cast<char32_t>(c)});
+        }
+        if (i < p.size()) {
+            switch (p[i]) {
+            case L'?':
+                piece.min = 0;
+                ++i;
+                break;
+            case L'*':
+                piece.min = 0;
+                piece.max = kUnbounded;
+                ++i;
+                break;
+            case L'+':
+                piece.max = kUnbounded;
+                ++i;
+                break;
+            case L'{':
+                ++i;
+                if (!ReadCount(p, i, piece.min) || i >= p.size()) {
+                    return std::nullopt;
+                }
+                piece.max = piece.min;
+                if (p[i] == L',') {
+                    ++i;
+                    piece.max = kUnbounded;
+                    if (i < p.size() && p[i] != L'}' && !ReadCount(p, i, piece.max)) {
+                        return std::nullopt;
+                    }
+                }
+                if (i >= p.size() || p[i] != L'}') {
+                    return std::nullopt;
+                }
+                ++i;
+                break;
+            default:
+                break;
+            }
+        }
+        pieces.push_back(std::move(piece));
+    }
+    // A piece of varying length must be the last one or be followed by a
+    // required piece of other characters, so that there is one way to split
+    // any value: PCRE2 then never backtracks far either, and both answer
+    // alike. (Where PCRE2 might give up on a pattern, it keeps the say.)
+    for (size_t k = 0; k + 1 < pieces.size(); ++k) {
+        if (pieces[k].min != pieces[k].max &&
+            (pieces[k + 1].min == 0 || !Disjoint(pieces[k], pieces[k + 1]))) {
+            return std::nullopt;
+        }
+    }
+    return pieces;
+}
+
+// 1 in the piece's class, 0 not, -1 undecided (a non-ASCII character where
+// only \d could take it: Unicode has other decimal digits).
+int Takes(const CSimplePiece& piece, wchar_t c)
+{
+    const auto u = static_cast<char32_t>(c);
+    for (const Range& r : piece.ranges) {
+        if (u >= r.lo && u <= r.hi) {
+            return 1;
+        }
+    }
+    if (!piece.digit) {
+        return 0;
+    }
+    if (u < 0x80) {
+        return u >= U'0' && u <= U'9' ? 1 : 0;
+    }
+    return -1;
+}
+
+// 1 the whole value matches, 0 it does not, -1 undecided. Each piece takes
+// as many characters as it can: SimplePieces admits only patterns in which
+// that is the one way a value can match.
+int MatchSimple(const std::vector<CSimplePiece>& pieces, std::wstring_view value)
+{
+    const size_t n = value.size();
+    size_t pos = 0;
+    for (const CSimplePiece& piece : pieces) {
+        uint32_t count = 0;
+        while (count < piece.max && pos < n) {
+            const int taken = Takes(piece, value[pos]);
+            if (taken < 0) {
+                return -1;
+            }
+            if (taken == 0) {
+                break;
+            }
+            ++count;
+            ++pos;
+        }
+        if (count < piece.min) {
+            return 0;
+        }
+    }
+    return pos == n ? 1 : 0;
+}
+
 } // namespace
 
 std::wstring TranslateXsdPattern(std::wstring_view pattern)
@@ -821,6 +1076,8 @@ struct CXsdPattern::Impl
     // Whether the JIT compiled the pattern: matching can then call the
     // compiled code directly and skip pcre2_match's own dispatching.
     bool jitted = false;
+    // Set when the pattern is simple enough to be matched directly.
+    std::optional<std::vector<CSimplePiece>> simple;
     ~Impl() { pcre2_code_free(code); }
 };
 
@@ -843,6 +1100,7 @@ CXsdPattern::CXsdPattern(std::wstring_view pattern)
     // The JIT is an optimisation only: when it is unavailable the
     // interpreter matches the same way.
     m_pImpl->jitted = pcre2_jit_compile(m_pImpl->code, PCRE2_JIT_COMPLETE) == 0;
+    m_pImpl->simple = SimplePieces(pattern);
 }
 
 CXsdPattern::~CXsdPattern() = default;
@@ -857,6 +1115,11 @@ bool CXsdPattern::Matches(std::wstring_view value) const
                 L"The value cannot be matched against the pattern [%s]: U+%04X at character %d "
                 L"is not a Unicode character",
                 m_strPattern.c_str(), static_cast<unsigned>(value[i]), static_cast<int>(i + 1)));
+        }
+    }
+    if (m_pImpl->simple) {
+        if (const int result = MatchSimple(*m_pImpl->simple, value); result >= 0) {
+            return result == 1;
         }
     }
     pcre2_match_data* data = ThreadMatchData();

@@ -245,14 +245,18 @@ VxVariant::VxVariant(VxVariant&& other) noexcept
 VxVariant::~VxVariant()
 {
     Clear();
-    DropSpare();
+    if (m_spare != kSpareNone) {
+        DropSpare();
+    }
 }
 
 VxVariant& VxVariant::operator=(VxVariant&& other) noexcept
 {
     if (this != &other) {
         Clear();
-        DropSpare();
+        if (m_spare != kSpareNone) {
+            DropSpare();
+        }
         m_bNil = other.m_bNil;
         m_spare = other.m_spare;
         m_type = other.m_type;
@@ -317,7 +321,9 @@ VxVariant& VxVariant::operator=(const VxVariant& other)
         }
     }
     Clear();
-    DropSpare();
+    if (m_spare != kSpareNone) {
+        DropSpare();
+    }
     m_bNil = nil;
     if (nil) {
         // A nil copy carries the kind but no value: a heap kind's slot must
@@ -429,7 +435,9 @@ void VxVariant::SetInvalidKeepingStorage() noexcept
 void* VxVariant::TakeSpare(uint8_t family) noexcept
 {
     if (m_spare != family) {
-        DropSpare();
+        if (m_spare != kSpareNone) {
+            DropSpare();
+        }
         return nullptr;
     }
     m_spare = kSpareNone;
@@ -480,7 +488,9 @@ std::wstring VxVariant::GetType() const
 template <class T> void VxVariant::StoreScalar(ItemType type, T value) noexcept
 {
     Clear();
-    DropSpare();
+    if (m_spare != kSpareNone) {
+        DropSpare();
+    }
     m_type = type;
     std::memcpy(&m_raw, &value, sizeof value);
 }
@@ -498,7 +508,9 @@ template <class T> T VxVariant::LoadScalar() const noexcept
 void VxVariant::StorePointer(ItemType type, void* value) noexcept
 {
     Clear();
-    DropSpare();
+    if (m_spare != kSpareNone) {
+        DropSpare();
+    }
     m_type = type;
     switch (type) {
     case ItemType_hexBinary:

@@ -169,22 +169,8 @@ template <typename Out> void AppendFraction(Out& out, uint64_t fraction)
 }
 
 // Appends value in decimal, left-padded with zeros to at least minWidth digits.
-template <typename Out> void AppendUnsigned(Out& out, uint64_t value, int minWidth = 1)
+template <typename Out> void AppendPadded(Out& out, uint64_t value, int minWidth)
 {
-    // The fields of a date or time are two digits (and a year four): written
-    // straight, without the general loop.
-    if (minWidth == 2 && value < 100) {
-        out += static_cast<wchar_t>(L'0' + value / 10);
-        out += static_cast<wchar_t>(L'0' + value % 10);
-        return;
-    }
-    if (minWidth == 4 && value < 10000) {
-        out += static_cast<wchar_t>(L'0' + value / 1000);
-        out += static_cast<wchar_t>(L'0' + value / 100 % 10);
-        out += static_cast<wchar_t>(L'0' + value / 10 % 10);
-        out += static_cast<wchar_t>(L'0' + value % 10);
-        return;
-    }
     wchar_t digits[24];
     int length = 0;
     do {
@@ -196,6 +182,24 @@ template <typename Out> void AppendUnsigned(Out& out, uint64_t value, int minWid
     }
     while (length > 0) {
         out += digits[--length];
+    }
+}
+
+// AppendPadded, with the fields of a date or time (two digits, and a year of
+// four) written straight: small enough to be inlined where the width is known.
+template <typename Out>
+[[gnu::always_inline]] inline void AppendUnsigned(Out& out, uint64_t value, int minWidth = 1)
+{
+    if (minWidth == 2 && value < 100) {
+        out += static_cast<wchar_t>(L'0' + value / 10);
+        out += static_cast<wchar_t>(L'0' + value % 10);
+    } else if (minWidth == 4 && value < 10000) {
+        out += static_cast<wchar_t>(L'0' + value / 1000);
+        out += static_cast<wchar_t>(L'0' + value / 100 % 10);
+        out += static_cast<wchar_t>(L'0' + value / 10 % 10);
+        out += static_cast<wchar_t>(L'0' + value % 10);
+    } else {
+        AppendPadded(out, value, minWidth);
     }
 }
 

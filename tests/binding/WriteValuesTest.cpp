@@ -4,6 +4,7 @@
 #include "TestHelpers.h"
 #include "binding/TestSchema.h"
 
+#include <thread>
 #include <vector>
 
 using namespace VxXmlLib16;
@@ -96,6 +97,30 @@ TEST(BindingWriteValues, AnAccessorMayWriteAnotherDocumentWhileItsValueIsHeld)
         EXPECT_NE(inner.find(L"street>2 Side Road, far longer<"), std::wstring::npos)
             << Narrow(inner);
     }
+}
+
+TEST(BindingWriteValues, ThreadsWriteWithTheirOwnValuesAndLeaveNothingBehind)
+{
+    // Each thread carries values through a set of its own, made on its first
+    // write and freed when it ends.
+    const std::wstring expected =
+        Filled(new CAddress, L"12345")->ToXml(false, false, EOL_LF, CSerializationContext());
+    std::wstring written[2];
+    std::vector<std::thread> threads;
+    for (std::wstring& out : written) {
+        threads.emplace_back([&out] {
+            // Objects are used by one thread at a time: each has its own.
+            const CSmartPtr<CAddress> address = Filled(new CAddress, L"12345");
+            for (int round = 0; round < 50; ++round) {
+                out = address->ToXml(false, false, EOL_LF, CSerializationContext());
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(written[0], expected);
+    EXPECT_EQ(written[1], expected);
 }
 
 } // namespace

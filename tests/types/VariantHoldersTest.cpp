@@ -195,6 +195,41 @@ TEST(VariantHolders, KeptStorageCarriesNothingIntoTheNextValue)
     EXPECT_EQ(longString.GetString(), std::wstring(40, L'w'));
 }
 
+TEST(VariantHolders, IntegersFormattedInPlaceAtTheirExtremes)
+{
+    std::wstring buffer(30, L'#'); // longer than any integer's text
+    const auto check = [&buffer](const VxVariant& value) {
+        EXPECT_EQ(value.ToText(nullptr, buffer), value.ToString(nullptr));
+    };
+    for (int64_t v : {INT64_MIN, int64_t{-1}, int64_t{0}, INT64_MAX}) {
+        VxVariant value;
+        value.SetI8(v);
+        check(value);
+    }
+    for (int32_t v : {INT32_MIN, -10, 9, INT32_MAX}) {
+        VxVariant value;
+        value.SetI4(v);
+        check(value);
+    }
+    VxVariant value;
+    value.SetI1(INT8_MIN);
+    check(value);
+    value.SetI2(INT16_MIN);
+    check(value);
+    value.SetUI1(UINT8_MAX);
+    check(value);
+    value.SetUI2(UINT16_MAX);
+    check(value);
+    value.SetUI4(UINT32_MAX);
+    check(value);
+    value.SetUI8(UINT64_MAX);
+    check(value);
+    value.SetYear(7);
+    check(value);
+    value.SetBoolean(true);
+    check(value);
+}
+
 TEST(VariantHolders, AppendedTextsEqualTheirStrings)
 {
     std::wstring out = L"prefix:";

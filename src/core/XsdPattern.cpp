@@ -823,6 +823,22 @@ struct CSimplePiece
     bool digit = false;        // \d is part of the class
     uint32_t min = 1;
     uint32_t max = 1; // kUnbounded for * and +
+    // The ASCII characters of the class, one bit each: most values are
+    // ASCII, and a bit test decides them at once.
+    uint64_t ascii[2] = {0, 0};
+
+    void FillAscii()
+    {
+        for (char32_t c = 0; c < 0x80; ++c) {
+            bool in = digit && c >= U'0' && c <= U'9';
+            for (const Range& r : ranges) {
+                in = in || (c >= r.lo && c <= r.hi);
+            }
+            if (in) {
+                ascii[c / 64] |= uint64_t{1} << (c % 64);
+            }
+        }
+    }
 };
 constexpr uint32_t kUnbounded = UINT32_MAX;
 
@@ -1002,6 +1018,7 @@ std::optional<std::vector<CSimplePiece>> SimplePieces(std::wstring_view p)
                 break;
             }
         }
+        piece.FillAscii();
         pieces.push_back(std::move(piece));
     }
     // A piece of varying length must be the last one or be followed by a
@@ -1022,18 +1039,15 @@ std::optional<std::vector<CSimplePiece>> SimplePieces(std::wstring_view p)
 int Takes(const CSimplePiece& piece, wchar_t c)
 {
     const auto u = static_cast<char32_t>(c);
+    if (u < 0x80) {
+        return static_cast<int>((piece.ascii[u / 64] >> (u % 64)) & 1);
+    }
     for (const Range& r : piece.ranges) {
         if (u >= r.lo && u <= r.hi) {
             return 1;
         }
     }
-    if (!piece.digit) {
-        return 0;
-    }
-    if (u < 0x80) {
-        return u >= U'0' && u <= U'9' ? 1 : 0;
-    }
-    return -1;
+    return piece.digit ? -1 : 0;
 }
 
 // 1 the whole value matches, 0 it does not, -1 undecided. Each piece takes

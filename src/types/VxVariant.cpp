@@ -67,8 +67,6 @@ size_t ScalarWidth(ItemType type)
 // saves an allocation and a free per value, and a reused CDecimal keeps its
 // digit buffers, so copying a value into it usually allocates nothing.
 // Only small holders are kept, so a thread never sits on much memory.
-// Only small holders are kept for reuse, so a thread never sits on much
-// memory.
 bool IsSmall(const std::wstring& text) noexcept
 {
     return text.capacity() <= 256;

@@ -893,15 +893,17 @@ bool ReadCount(std::wstring_view p, size_t& i, uint32_t& count)
 // Whether no character is in both classes.
 bool Disjoint(const CSimplePiece& a, const CSimplePiece& b)
 {
-    const auto overlapsDigits = [](const CSimplePiece& piece) {
+    // \d is every Unicode decimal digit: a class that reaches beyond ASCII
+    // may share some of them.
+    const auto mayHoldDigits = [](const CSimplePiece& piece) {
         for (const Range& r : piece.ranges) {
-            if (r.lo <= U'9' && r.hi >= U'0') {
+            if ((r.lo <= U'9' && r.hi >= U'0') || r.hi >= 0x80) {
                 return true;
             }
         }
         return false;
     };
-    if ((a.digit && (b.digit || overlapsDigits(b))) || (b.digit && overlapsDigits(a))) {
+    if ((a.digit && (b.digit || mayHoldDigits(b))) || (b.digit && mayHoldDigits(a))) {
         return false;
     }
     for (const Range& x : a.ranges) {

@@ -217,7 +217,8 @@ TEST(XsdPatternTest, SimpleSequencesAnswerAsPcreDoes)
         {L"[a-c\\-]+\\.x", L"a-d.x", false},
         {L"^a$", L"^a$", true}, // '^' and '$' are ordinary characters
         {L"\\t\\n", L"\t\n", true},
-        {L"[ab]*[bc]", L"abbc", true}, // overlapping classes: PCRE2's answer
+        {L"[ab]*[bc]", L"abbc", true},                   // overlapping classes: PCRE2's answer
+        {L"[\u0660-\u0669]*\\d", L"\u0663\u0663", true}, // the class holds Nd digits
         {L"x*", L"", true},
         {L"", L"", true},
         {L"", L"a", false},

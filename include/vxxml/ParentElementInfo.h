@@ -1,7 +1,9 @@
 // The description of a generated class itself, returned by its GetClassInfo.
 #pragma once
 
+#include <atomic>
 #include <string>
+#include <typeinfo>
 #include <vxxml/ElementInfo.h>
 #include <vxxml/Export.h>
 #include <vxxml/ItemType.h>
@@ -43,6 +45,19 @@ public:
     }
     bool GetFromXmlFailIfAttributeUnknown() const { return m_bFailIfAttributeUnknown; }
 
+    // Whether objects of the given dynamic type were found not to implement
+    // INillable; the writer asks for every object and remembers the answer
+    // here, with the class's own description, so that it lives and goes
+    // with the class.
+    bool IsKnownNotNillable(const std::type_info& type) const
+    {
+        return m_pNotNillableType.load(std::memory_order_relaxed) == &type;
+    }
+    void RememberNotNillable(const std::type_info& type) const
+    {
+        m_pNotNillableType.store(&type, std::memory_order_relaxed);
+    }
+
 private:
     XmlElementGroupType m_groupType;
     XmlElementType m_elementType;
@@ -54,6 +69,7 @@ private:
     ItemType m_primitiveDataType;
     std::wstring m_strPrimitiveFormatOverride;
     bool m_bFailIfAttributeUnknown;
+    mutable std::atomic<const std::type_info*> m_pNotNillableType{nullptr};
 };
 
 } // namespace VxXmlLib16Data

@@ -51,24 +51,22 @@ private:
 // do not implement it, and a dynamic_cast to an unrelated interface walks the
 // class's whole base chain comparing type names, on every object written.
 // Whether a class implements the interface depends on its type alone, so the
-// last few classes that do not are remembered, shared by all threads: each
-// slot is written and read whole, and whatever a reader finds in it is a
-// class that was found not to be nillable.
+// class's description remembers a type found not to implement it. The
+// answer is kept with the class (not in a table of ours keyed by type), so
+// a class unloaded with its library cannot leave a stale answer for another
+// one loaded at the same address.
 bool IsNil(const CXmlGeneratedClass& object)
 {
-    constexpr size_t kRemembered = 8;
-    static std::atomic<const std::type_info*> notNillable[kRemembered];
-    static std::atomic<size_t> next{0};
-    const std::type_info* type = &typeid(object);
-    for (const auto& known : notNillable) {
-        if (known.load(std::memory_order_relaxed) == type) {
-            return false;
-        }
+    const CParentElementInfo* info = object.GetClassInfo();
+    const std::type_info& type = typeid(object);
+    if (info != nullptr && info->IsKnownNotNillable(type)) {
+        return false;
     }
     const auto* nillable = dynamic_cast<const INillable*>(&object);
     if (nillable == nullptr) {
-        notNillable[next.fetch_add(1, std::memory_order_relaxed) % kRemembered].store(
-            type, std::memory_order_relaxed);
+        if (info != nullptr) {
+            info->RememberNotNillable(type);
+        }
         return false;
     }
     return nillable->IsNil();

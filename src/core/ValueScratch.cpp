@@ -8,7 +8,7 @@ constexpr size_t kLargestKeptText = 1 << 16;
 
 } // namespace
 
-__thread CValueLease::CThreadState CValueLease::t_state = {nullptr, false};
+__thread CValueLease::CThreadState CValueLease::t_state VXXML_TLS_INITIAL_EXEC = {nullptr, false};
 
 void CValueLease::Begin(ItemType expected)
 {

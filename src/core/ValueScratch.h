@@ -2,6 +2,8 @@
 // value after another. Internal to the library.
 #pragma once
 
+#include "core/ThreadLocal.h"
+
 #include <optional>
 #include <string>
 #include <vxxml/ItemType.h>
@@ -66,7 +68,8 @@ private:
         CShared* shared;
         bool closed; // the thread is ending: leases use their own variant
     };
-    static __thread CThreadState t_state;
+    // Every value written takes a lease: initial-exec, so no call per value.
+    static __thread CThreadState t_state VXXML_TLS_INITIAL_EXEC;
 
     static Family FamilyOf(ItemType type)
     {

@@ -1,3 +1,4 @@
+#include "core/ParsedFacets.h"
 #include "core/ValueScratch.h"
 
 #include <cassert>
@@ -323,7 +324,7 @@ bool CElementInfo::WriteSimple(const CSerializationContext&, const CXmlGenerated
         // A value equal to the schema default is written as it is: the schema
         // accepted the default, so its facets are not checked again.
         isDefault = !m_strDefaultValue.empty() && lexical == m_strDefaultValue;
-        if (!isDefault) {
+        if (!isDefault && !detail::PassesUnchecked(m_restrictions, kind)) {
             CheckRestriction(value);
         }
     }

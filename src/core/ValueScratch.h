@@ -4,7 +4,7 @@
 
 #include "core/ThreadLocal.h"
 
-#include <optional>
+#include <memory>
 #include <string>
 #include <vxxml/ItemType.h>
 #include <vxxml/VxVariant.h>
@@ -40,8 +40,12 @@ public:
     }
     ~CValueLease()
     {
-        if (m_pShared != nullptr) {
-            End();
+        if (m_pShared != nullptr) [[likely]] {
+            m_pValue->SetInvalidKeepingStorage();
+            if (m_pText->capacity() > kLargestKeptText) [[unlikely]] {
+                DropText();
+            }
+            m_pShared->busy = false;
         }
     }
     CValueLease(const CValueLease&) = delete;
@@ -90,13 +94,20 @@ private:
     }
     // The slow paths: the thread's first lease, and a nested one.
     void Begin(ItemType expected);
-    void End() noexcept;
+    // Gives back what the text buffer grew to for one huge value.
+    void DropText() noexcept;
+    static constexpr size_t kLargestKeptText = 1 << 16;
 
     CShared* m_pShared = nullptr;
     VxVariant* m_pValue = nullptr;
     std::wstring* m_pText = nullptr;
-    std::optional<VxVariant> m_ownValue;
-    std::optional<std::wstring> m_ownText;
+    // A nested lease's own pair: one pointer to test when a lease ends.
+    struct COwn
+    {
+        VxVariant value;
+        std::wstring text;
+    };
+    std::unique_ptr<COwn> m_pOwn;
 };
 
 } // namespace VxXmlLib16::detail

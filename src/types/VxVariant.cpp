@@ -420,14 +420,16 @@ void VxVariant::SetInvalidKeepingStorage() noexcept
             break;
         }
     }
+    // Called once per value written: every path ends without a call of its
+    // own (Clear is the last thing done), so the function needs no frame.
+    m_bNil = false;
     if (family != kSpareNone) {
         // The holder stays in the slot; only the kind says it holds no value.
         m_type = ItemType_Invalid;
         m_spare = family;
-    } else {
-        Clear();
+        return;
     }
-    m_bNil = false;
+    Clear(); // the nil flag is already down, as Clear leaves it
 }
 
 void* VxVariant::TakeSpare(uint8_t family) noexcept

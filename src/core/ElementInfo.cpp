@@ -1,3 +1,4 @@
+#include "core/MergedChildren.h"
 #include "core/ParsedFacets.h"
 #include "core/ValueScratch.h"
 
@@ -242,8 +243,13 @@ bool CElementInfo::WriteChildObject(const CSerializationContext& context,
                                     const CXmlGeneratedClass* owner, CXmlWriter* writer,
                                     const wchar_t* namespaceUri, bool flag) const
 {
-    VxVariant value;
-    ReadProperty(owner, value);
+    // A merged child was read already for its attributes.
+    const VxVariant* kept = detail::CMergedChildren::Take(this, owner);
+    VxVariant local;
+    if (kept == nullptr) {
+        ReadProperty(owner, local);
+    }
+    const VxVariant& value = kept != nullptr ? *kept : local;
     if (value.GetTypeAsEnum() != ItemType_XmlObjectBase) {
         return false;
     }
@@ -341,7 +347,10 @@ void CElementInfo::MergedChildAttributesToXml(const CSerializationContext& conte
     if (childType != XmlElementType_Merged) {
         return;
     }
-    VxVariant value;
+    // Kept for the content, which follows once the start tag is complete.
+    VxVariant local;
+    VxVariant* kept = detail::CMergedChildren::Keep(this, owner);
+    VxVariant& value = kept != nullptr ? *kept : local;
     ReadProperty(owner, value);
     if (value.GetTypeAsEnum() != ItemType_XmlObjectBase) {
         return;

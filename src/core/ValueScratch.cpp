@@ -1,6 +1,10 @@
 #include "core/ValueScratch.h"
 
+#include "core/MergedChildren.h"
+
 namespace VxXmlLib16::detail {
+
+__thread CMergedChildren* CMergedChildren::t_top VXXML_TLS_INITIAL_EXEC = nullptr;
 __thread CValueLease::CThreadState CValueLease::t_state VXXML_TLS_INITIAL_EXEC = {nullptr, false};
 
 void CValueLease::Begin(ItemType expected)

@@ -1,3 +1,4 @@
+#include "core/MergedChildren.h"
 #include "core/NestingGuard.h"
 #include "core/ValueScratch.h"
 
@@ -147,6 +148,9 @@ void CXmlGeneratedClass::ToXml_Int(CXmlWriter* writer, bool isRoot, const wchar_
         // A class merged into its parent writes only its content, inside the
         // element the parent opened.
         const bool ownElement = info->GetElementType() == XmlElementType_Element;
+        // Children merged into this element are read once, for their
+        // attributes, and kept for their content.
+        const detail::CMergedChildren merged(ownElement);
         if (ownElement) {
             if (isRoot) {
                 for (const std::wstring& instruction : context.GetProcessingInstructions()) {

@@ -4,12 +4,14 @@
 #include "TestHelpers.h"
 #include "binding/TestSchema.h"
 
+#include <algorithm>
 #include <atomic>
 #include <thread>
 #include <vector>
 
 using namespace VxXmlLib16;
 using namespace bt;
+using namespace VxXmlLib16Data;
 
 namespace {
 
@@ -101,30 +103,23 @@ TEST(BindingWriteValues, AnAccessorMayWriteAnotherDocumentWhileItsValueIsHeld)
 }
 
 // Content merged into its parent's element, two levels deep: the merged
-// classes put their (optional) attributes on the element's start tag and
-// their content among its children.
+// classes put their optional attribute on the element's start tag and their
+// text among its children.
 template <int Depth> class CMergedPart : public CXmlGeneratedClass
 {
 public:
-    std::wstring attribute;
-    std::wstring text;
+    std::wstring attribute, text;
     CSmartPtr<CXmlGeneratedClass> x, y;
     int childReads = 0;
 
     CMergedPart() : CXmlGeneratedClass(L"root") {}
-    void AccessProperty(int index, bool read, VxVariant& value) override
+    void AccessProperty(int index, bool, VxVariant& value) override
     {
-        ASSERT_TRUE(read);
-        switch (index) {
-        case 0:
-            if (!attribute.empty()) {
-                value.SetString(attribute);
-            }
-            break;
-        case 1:
+        if (index == 0 && !attribute.empty()) {
+            value.SetString(attribute);
+        } else if (index == 1) {
             value.SetString(text);
-            break;
-        default:
+        } else if (index > 1) {
             ++childReads;
             value.SetXmlObject(index == 2 ? x.Get() : y.Get());
         }
@@ -132,59 +127,48 @@ public:
     void Init() override {}
     std::wstring GetTargetNamespace() const override { return L""; }
     std::wstring GetNamespace() const override { return L""; }
-    VxXmlLib16Data::CParentElementInfo* GetClassInfo() const override
-    {
-        return Tables().pClassInfo;
-    }
-    VxXmlLib16Data::CElementInfo** GetClassElementInfo() const override
-    {
-        return Tables().ppElementInfo;
-    }
-    VxXmlLib16Data::CAttributeInfo** GetClassAttributeInfo() const override
-    {
-        return Tables().ppAttributeInfo;
-    }
+    CParentElementInfo* GetClassInfo() const override { return Tables().pClassInfo; }
+    CElementInfo** GetClassElementInfo() const override { return Tables().ppElementInfo; }
+    CAttributeInfo** GetClassAttributeInfo() const override { return Tables().ppAttributeInfo; }
 
 private:
     static const CClassMetaData& Tables()
     {
-        using namespace VxXmlLib16Data;
         static std::atomic<CClassMetaData*> slot;
         return GetMetaDataOnce(slot, [] {
             static const CPrimitiveRestrictions lower(L"[a-z]+", -1, -1, nullptr, nullptr, nullptr,
                                                       nullptr, -1, -1, -1);
             const std::wstring n = std::to_wstring(Depth);
-            const auto preserve = CWhitespaceUtils::WhitespaceRule_Preserve;
-            CClassMetaData tables;
-            tables.pClassInfo = new CParentElementInfo(
-                XmlElementGroupType_Sequence,
-                Depth == 0 ? XmlElementType_Element : XmlElementType_Merged, L"Part", L"", false,
-                false, -1, ItemType_Invalid, nullptr, true);
-            tables.ppAttributeInfo = new CAttributeInfo* [2] {
+            const auto keep = CWhitespaceUtils::WhitespaceRule_Preserve;
+            const auto merged = XmlElementType_Merged;
+            const auto make = [](int, const wchar_t*) -> CSmartPtr<CXmlObjectBase> {
+                return new CMergedPart<std::min(Depth + 1, 2)>;
+            };
+            CClassMetaData t;
+            t.pClassInfo = new CParentElementInfo(
+                XmlElementGroupType_Sequence, Depth == 0 ? XmlElementType_Element : merged, L"Part",
+                L"", false, false, -1, ItemType_Invalid, nullptr, true);
+            t.ppAttributeInfo = new CAttributeInfo* [2] {
                 new CAttributeInfoPrimitive((L"c" + n).c_str(), L"", 0, true, ItemType_string,
-                                            nullptr, preserve, CPrimitiveRestrictions(), nullptr),
+                                            nullptr, keep, CPrimitiveRestrictions(), nullptr),
                     nullptr
             };
-            std::vector<CElementInfo*> elements{
+            t.ppElementInfo = new CElementInfo* [4] {
                 new CElementInfoSeqPrimMnd((L"t" + n).c_str(), L"", 1, false, ItemType_string,
-                                           nullptr, preserve, lower, nullptr)};
-            if constexpr (Depth < 2) {
-                for (int index : {2, 3}) {
-                    elements.push_back(new CElementInfoSeqClsMnd(
-                        index == 2 ? L"x" : L"y", L"", index, XmlElementType_Merged,
-                        [](int, const wchar_t*) -> CSmartPtr<CXmlObjectBase> {
-                            return new CMergedPart<Depth + 1>;
-                        },
-                        0, false));
-                }
+                                           nullptr, keep, lower, nullptr),
+                    nullptr, nullptr, nullptr
+            };
+            if (Depth < 2) {
+                t.ppElementInfo[1] =
+                    new CElementInfoSeqClsMnd(L"x", L"", 2, merged, make, 0, false);
+                t.ppElementInfo[2] =
+                    new CElementInfoSeqClsMnd(L"y", L"", 3, merged, make, 0, false);
             }
-            elements.push_back(nullptr);
-            tables.ppElementInfo = new CElementInfo*[elements.size()];
-            std::copy(elements.begin(), elements.end(), tables.ppElementInfo);
-            return tables;
+            return t;
         });
     }
 };
+
 template <int Depth>
 CSmartPtr<CMergedPart<Depth>> Part(const wchar_t* text, const wchar_t* attribute)
 {

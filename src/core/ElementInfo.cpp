@@ -60,6 +60,21 @@ CSmartPtr<CXmlCollectionBase> CollectionOf(const CSmartPtr<CXmlObjectBase>& obje
     return collection;
 }
 
+// The accessor call behind ReadProperty. An exported member function may be
+// replaced from outside the library, so the compiler calls it rather than
+// inlining it; the writers of simple values, which read one property per
+// value, call this instead.
+inline void GetProperty(const CXmlGeneratedClass* owner, int index, const std::wstring& name,
+                        VxVariant& value)
+{
+    try {
+        const_cast<CXmlGeneratedClass*>(owner)->AccessProperty(index, true, value);
+    } catch (const CVxException& e) {
+        throw CVxValidationException(
+            FormatString(L"Failed to get the property value for [%s].", name.c_str()), L"", e);
+    }
+}
+
 } // namespace
 
 CElementInfo::CElementInfo(const wchar_t* name, const wchar_t* namespaceUri, int propertyIndex)
@@ -165,14 +180,7 @@ void CElementInfo::ReadProperty(const CXmlGeneratedClass* owner, VxVariant& valu
 
 void CElementInfo::InvokePropertyGet(const CXmlGeneratedClass* owner, VxVariant& value) const
 {
-    try {
-        // What ReadProperty does, without its extra call per value.
-        const_cast<CXmlGeneratedClass*>(owner)->AccessProperty(m_iPropertyIndex, true, value);
-    } catch (const CVxException& e) {
-        throw CVxValidationException(
-            FormatString(L"Failed to get the property value for [%s].", m_strElementName.c_str()),
-            L"", e);
-    }
+    GetProperty(owner, m_iPropertyIndex, m_strElementName, value);
 }
 
 void CElementInfo::InvokePropertySet(CXmlGeneratedClass* owner, VxVariant& value,
@@ -303,7 +311,7 @@ bool CElementInfo::WriteSimple(const CSerializationContext&, const CXmlGenerated
 {
     detail::CValueLease lease(enumToText ? ItemType_i4 : m_primitiveType);
     VxVariant& value = lease.Value();
-    ReadProperty(owner, value);
+    GetProperty(owner, m_iPropertyIndex, m_strElementName, value);
     if (value.IsNil()) {
         writer->StartElement(m_strElementName.c_str(), m_strNamespaceUri.c_str());
         writer->WriteNil();

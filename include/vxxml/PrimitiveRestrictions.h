@@ -37,12 +37,7 @@ public:
     virtual ~CPrimitiveRestrictions();
 
     // Whether no facet at all is set: every value passes.
-    bool IsEmpty() const
-    {
-        return m_lMinLength < 0 && m_lMaxLength < 0 && m_lLength < 0 && m_lTotalDigits < 0 &&
-               m_lFractionDigits < 0 && m_strPattern.empty() && m_strMinInclusive.empty() &&
-               m_strMaxInclusive.empty() && m_strMinExclusive.empty() && m_strMaxExclusive.empty();
-    }
+    bool IsEmpty() const { return m_facetKinds == 0; }
 
     // xs:pattern, in XML Schema's regular-expression syntax.
     const std::wstring& GetPattern() const { return m_strPattern; }
@@ -69,6 +64,11 @@ private:
     int32_t m_lLength;
     int32_t m_lTotalDigits;
     int32_t m_lFractionDigits;
+    // Which groups of facets are set (bits of CParsedFacets::Kind), worked
+    // out whenever the facets are set: a check skips, with one test, every
+    // group that does not apply, and most records have no facet at all.
+    uint8_t m_facetKinds = 0;
+    void NoteFacetKinds();
 
     // The facets in the form the checks use, made on first use.
     friend class VxXmlLib16::detail::CParsedFacets;

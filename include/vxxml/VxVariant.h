@@ -170,6 +170,7 @@ private:
     // The holder kept by SetInvalidKeepingStorage() for a setter of family,
     // or null; the variant no longer keeps it.
     void* TakeSpare(uint8_t family) noexcept;
+    void SetInvalidSlow(bool wasNil) noexcept;
     void DropSpare() noexcept;
 
     bool m_bNil;

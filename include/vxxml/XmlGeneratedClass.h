@@ -125,8 +125,9 @@ protected:
     static CVXCriticalSection m_csInit;
 
 private:
-    void WriteContent(const CSerializationContext& context, CXmlWriter* writer,
-                      bool isOptional) const;
+    void WriteContent(const CSerializationContext& context, CXmlWriter* writer, bool isOptional,
+                      const VxXmlLib16Data::CParentElementInfo& info,
+                      VxXmlLib16Data::CElementInfo** elements) const;
     void ProcessAttributesToXml(const CSerializationContext& context,
                                 VxXmlLib16Data::CElementInfo** elements,
                                 VxXmlLib16Data::CAttributeInfo** attributes,

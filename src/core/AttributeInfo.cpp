@@ -1,4 +1,5 @@
 #include "core/NamespaceRule.h"
+#include "core/ParsedFacets.h"
 #include "core/ValueScratch.h"
 
 #include <vxxml/Attribute.h>
@@ -146,7 +147,9 @@ void CAttributeInfoPrimitive::AttributeToXml(const CSerializationContext& contex
         context.GetNoOptionalAttributeDefaultOutput() && text == m_strDefaultValue) {
         return;
     }
-    CXmlObjectBase::Throw_IfInvalidValue(m_strAttributeName.c_str(), value, m_restrictions);
+    if (!detail::PassesUnchecked(m_restrictions, value.GetTypeAsEnum())) {
+        CXmlObjectBase::Throw_IfInvalidValue(m_strAttributeName.c_str(), value, m_restrictions);
+    }
     writer->WriteAttribute(m_strAttributeName.c_str(), m_strNamespaceUri.c_str(), text.c_str(),
                            value.GetTypeAsEnum());
 }

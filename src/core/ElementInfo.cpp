@@ -1,3 +1,5 @@
+#include "core/MergedChildren.h"
+#include "core/ParsedFacets.h"
 #include "core/ValueScratch.h"
 
 #include <cassert>
@@ -56,6 +58,21 @@ CSmartPtr<CXmlCollectionBase> CollectionOf(const CSmartPtr<CXmlObjectBase>& obje
                            L"not hold a collection");
     }
     return collection;
+}
+
+// The accessor call behind ReadProperty. An exported member function may be
+// replaced from outside the library, so the compiler calls it rather than
+// inlining it; the writers of simple values, which read one property per
+// value, call this instead.
+inline void GetProperty(const CXmlGeneratedClass* owner, int index, const std::wstring& name,
+                        VxVariant& value)
+{
+    try {
+        const_cast<CXmlGeneratedClass*>(owner)->AccessProperty(index, true, value);
+    } catch (const CVxException& e) {
+        throw CVxValidationException(
+            FormatString(L"Failed to get the property value for [%s].", name.c_str()), L"", e);
+    }
 }
 
 } // namespace
@@ -163,14 +180,7 @@ void CElementInfo::ReadProperty(const CXmlGeneratedClass* owner, VxVariant& valu
 
 void CElementInfo::InvokePropertyGet(const CXmlGeneratedClass* owner, VxVariant& value) const
 {
-    try {
-        // What ReadProperty does, without its extra call per value.
-        const_cast<CXmlGeneratedClass*>(owner)->AccessProperty(m_iPropertyIndex, true, value);
-    } catch (const CVxException& e) {
-        throw CVxValidationException(
-            FormatString(L"Failed to get the property value for [%s].", m_strElementName.c_str()),
-            L"", e);
-    }
+    GetProperty(owner, m_iPropertyIndex, m_strElementName, value);
 }
 
 void CElementInfo::InvokePropertySet(CXmlGeneratedClass* owner, VxVariant& value,
@@ -241,8 +251,13 @@ bool CElementInfo::WriteChildObject(const CSerializationContext& context,
                                     const CXmlGeneratedClass* owner, CXmlWriter* writer,
                                     const wchar_t* namespaceUri, bool flag) const
 {
-    VxVariant value;
-    ReadProperty(owner, value);
+    // A merged child was read already for its attributes.
+    const VxVariant* kept = detail::CMergedChildren::Take(this, owner);
+    VxVariant local;
+    if (kept == nullptr) {
+        ReadProperty(owner, local);
+    }
+    const VxVariant& value = kept != nullptr ? *kept : local;
     if (value.GetTypeAsEnum() != ItemType_XmlObjectBase) {
         return false;
     }
@@ -296,7 +311,7 @@ bool CElementInfo::WriteSimple(const CSerializationContext&, const CXmlGenerated
 {
     detail::CValueLease lease(enumToText ? ItemType_i4 : m_primitiveType);
     VxVariant& value = lease.Value();
-    ReadProperty(owner, value);
+    GetProperty(owner, m_iPropertyIndex, m_strElementName, value);
     if (value.IsNil()) {
         writer->StartElement(m_strElementName.c_str(), m_strNamespaceUri.c_str());
         writer->WriteNil();
@@ -323,7 +338,7 @@ bool CElementInfo::WriteSimple(const CSerializationContext&, const CXmlGenerated
         // A value equal to the schema default is written as it is: the schema
         // accepted the default, so its facets are not checked again.
         isDefault = !m_strDefaultValue.empty() && lexical == m_strDefaultValue;
-        if (!isDefault) {
+        if (!isDefault && !detail::PassesUnchecked(m_restrictions, kind)) {
             CheckRestriction(value);
         }
     }
@@ -340,7 +355,10 @@ void CElementInfo::MergedChildAttributesToXml(const CSerializationContext& conte
     if (childType != XmlElementType_Merged) {
         return;
     }
-    VxVariant value;
+    // Kept for the content, which follows once the start tag is complete.
+    VxVariant local;
+    VxVariant* kept = detail::CMergedChildren::Keep(this, owner);
+    VxVariant& value = kept != nullptr ? *kept : local;
     ReadProperty(owner, value);
     if (value.GetTypeAsEnum() != ItemType_XmlObjectBase) {
         return;

@@ -2,6 +2,8 @@
 // elements.
 #pragma once
 
+#include "core/ThreadLocal.h"
+
 #include <vxxml/Exceptions.h>
 #include <vxxml/FormatString.h>
 
@@ -33,11 +35,10 @@ public:
     NestingGuard& operator=(const NestingGuard&) = delete;
 
 private:
-    // Fetched once per level: each lookup of a thread-local in a shared
-    // library is a call.
+    // Fetched once per level, and with initial-exec without a call.
     static int& Depth()
     {
-        thread_local int depth = 0;
+        thread_local int depth VXXML_TLS_INITIAL_EXEC = 0;
         return depth;
     }
 

@@ -93,6 +93,14 @@ private:
     std::optional<T> m_value[4];
 };
 
+// Whether a value of kind passes r without looking at it: no facet is set
+// and the kind is one the checks know (an unknown kind is refused even
+// then). Lets a writer skip the call for the many members without facets.
+inline bool PassesUnchecked(const VxXmlLib16Data::CPrimitiveRestrictions& r, ItemType kind)
+{
+    return r.IsEmpty() && kind >= ItemType_hexBinary && kind <= ItemType_integer;
+}
+
 class CParsedFacets
 {
 public:
@@ -100,6 +108,16 @@ public:
     ~CParsedFacets();
     CParsedFacets(const CParsedFacets&) = delete;
     CParsedFacets& operator=(const CParsedFacets&) = delete;
+
+    // The groups of facets a record may set.
+    enum Kind : uint8_t {
+        kPattern = 1,     // xs:pattern
+        kLengths = 2,     // xs:minLength, xs:maxLength, xs:length
+        kBounds = 4,      // the four inclusive and exclusive bounds
+        kTotalDigits = 8, // xs:totalDigits
+        kFractionDigits = 16,
+    };
+    static uint8_t Kinds(const VxXmlLib16Data::CPrimitiveRestrictions& r) { return r.m_facetKinds; }
 
     // The cache of r, made on first use.
     static CParsedFacets& Of(const VxXmlLib16Data::CPrimitiveRestrictions& r)

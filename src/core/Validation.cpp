@@ -64,6 +64,7 @@ CPrimitiveRestrictions::CPrimitiveRestrictions(const wchar_t* pattern, int32_t m
       m_strMinExclusive(OrEmpty(minExclusive)), m_strMaxExclusive(OrEmpty(maxExclusive)),
       m_lLength(length), m_lTotalDigits(totalDigits), m_lFractionDigits(fractionDigits)
 {
+    NoteFacetKinds();
 }
 
 CPrimitiveRestrictions::CPrimitiveRestrictions(const CPrimitiveRestrictions& other)
@@ -71,7 +72,8 @@ CPrimitiveRestrictions::CPrimitiveRestrictions(const CPrimitiveRestrictions& oth
       m_lMaxLength(other.m_lMaxLength), m_strMinInclusive(other.m_strMinInclusive),
       m_strMaxInclusive(other.m_strMaxInclusive), m_strMinExclusive(other.m_strMinExclusive),
       m_strMaxExclusive(other.m_strMaxExclusive), m_lLength(other.m_lLength),
-      m_lTotalDigits(other.m_lTotalDigits), m_lFractionDigits(other.m_lFractionDigits)
+      m_lTotalDigits(other.m_lTotalDigits), m_lFractionDigits(other.m_lFractionDigits),
+      m_facetKinds(other.m_facetKinds)
 {
 }
 
@@ -88,10 +90,33 @@ CPrimitiveRestrictions& CPrimitiveRestrictions::operator=(const CPrimitiveRestri
         m_lLength = other.m_lLength;
         m_lTotalDigits = other.m_lTotalDigits;
         m_lFractionDigits = other.m_lFractionDigits;
+        m_facetKinds = other.m_facetKinds;
         // What was parsed from the old facets no longer applies.
         delete m_pParsed.exchange(nullptr, std::memory_order_acq_rel);
     }
     return *this;
+}
+
+void CPrimitiveRestrictions::NoteFacetKinds()
+{
+    using Kind = VxXmlLib16::detail::CParsedFacets;
+    m_facetKinds = 0;
+    if (!m_strPattern.empty()) {
+        m_facetKinds |= Kind::kPattern;
+    }
+    if (m_lMinLength > -1 || m_lMaxLength > -1 || m_lLength > -1) {
+        m_facetKinds |= Kind::kLengths;
+    }
+    if (!m_strMinInclusive.empty() || !m_strMaxInclusive.empty() || !m_strMinExclusive.empty() ||
+        !m_strMaxExclusive.empty()) {
+        m_facetKinds |= Kind::kBounds;
+    }
+    if (m_lTotalDigits > -1) {
+        m_facetKinds |= Kind::kTotalDigits;
+    }
+    if (m_lFractionDigits > -1) {
+        m_facetKinds |= Kind::kFractionDigits;
+    }
 }
 
 CPrimitiveRestrictions::~CPrimitiveRestrictions()
@@ -118,8 +143,7 @@ template <class T, class Convert, class Compare>
 bool WithinBounds(const T& value, const CPrimitiveRestrictions& r, ItemType kind, Convert convert,
                   Compare compare)
 {
-    if (r.GetMinInclusive().empty() && r.GetMaxInclusive().empty() && r.GetMinExclusive().empty() &&
-        r.GetMaxExclusive().empty()) {
+    if ((CParsedFacets::Kinds(r) & CParsedFacets::kBounds) == 0) {
         return true;
     }
     const CParsedBounds<T>& bounds = CParsedFacets::Of(r).Bounds<T>(r, kind, convert);
@@ -232,6 +256,9 @@ template <class T> int64_t LexicalLength(T value)
 // Lengths in characters or bytes: minLength, maxLength, length.
 bool LengthOk(size_t n, const CPrimitiveRestrictions& r)
 {
+    if ((CParsedFacets::Kinds(r) & CParsedFacets::kLengths) == 0) {
+        return true;
+    }
     const auto count = static_cast<int64_t>(n);
     if (r.GetMinLength() > -1 && count < r.GetMinLength()) {
         return false;
@@ -471,8 +498,12 @@ void CXmlObjectBase::Throw_IfInvalid_boolean(const wchar_t*, bool, const Restric
 void CXmlObjectBase::Throw_IfInvalid_string(const wchar_t* name, const std::wstring& value,
                                             const Restrictions& r)
 {
+    const uint8_t kinds = CParsedFacets::Kinds(r);
+    if ((kinds & (CParsedFacets::kLengths | CParsedFacets::kPattern)) == 0) {
+        return;
+    }
     bool ok = LengthOk(value.size(), r);
-    if (ok && !r.GetPattern().empty()) {
+    if (ok && (kinds & CParsedFacets::kPattern) != 0) {
         try {
             ok = CParsedFacets::Of(r).Pattern(r).Matches(value);
         } catch (const CVxException& e) {

@@ -1,14 +1,11 @@
 #include "core/ValueScratch.h"
 
+#include "core/MergedChildren.h"
+
 namespace VxXmlLib16::detail {
-namespace {
 
-// A buffer that grew beyond this for one huge value is given back.
-constexpr size_t kLargestKeptText = 1 << 16;
-
-} // namespace
-
-__thread CValueLease::CThreadState CValueLease::t_state = {nullptr, false};
+__thread CMergedChildren* CMergedChildren::t_top VXXML_TLS_INITIAL_EXEC = nullptr;
+__thread CValueLease::CThreadState CValueLease::t_state VXXML_TLS_INITIAL_EXEC = {nullptr, false};
 
 void CValueLease::Begin(ItemType expected)
 {
@@ -37,17 +34,14 @@ void CValueLease::Begin(ItemType expected)
         m_pText = &shared->text;
         return;
     }
-    m_pValue = &m_ownValue.emplace();
-    m_pText = &m_ownText.emplace();
+    m_pOwn = std::make_unique<COwn>();
+    m_pValue = &m_pOwn->value;
+    m_pText = &m_pOwn->text;
 }
 
-void CValueLease::End() noexcept
+void CValueLease::DropText() noexcept
 {
-    m_pValue->SetInvalidKeepingStorage();
-    if (m_pText->capacity() > kLargestKeptText) {
-        *m_pText = std::wstring();
-    }
-    m_pShared->busy = false;
+    *m_pText = std::wstring();
 }
 
 } // namespace VxXmlLib16::detail

@@ -2,7 +2,9 @@
 // value after another. Internal to the library.
 #pragma once
 
-#include <optional>
+#include "core/ThreadLocal.h"
+
+#include <memory>
 #include <string>
 #include <vxxml/ItemType.h>
 #include <vxxml/VxVariant.h>
@@ -38,8 +40,12 @@ public:
     }
     ~CValueLease()
     {
-        if (m_pShared != nullptr) {
-            End();
+        if (m_pShared != nullptr) [[likely]] {
+            m_pValue->SetInvalidKeepingStorage();
+            if (m_pText->capacity() > kLargestKeptText) [[unlikely]] {
+                DropText();
+            }
+            m_pShared->busy = false;
         }
     }
     CValueLease(const CValueLease&) = delete;
@@ -66,7 +72,8 @@ private:
         CShared* shared;
         bool closed; // the thread is ending: leases use their own variant
     };
-    static __thread CThreadState t_state;
+    // Every value written takes a lease: initial-exec, so no call per value.
+    static __thread CThreadState t_state VXXML_TLS_INITIAL_EXEC;
 
     static Family FamilyOf(ItemType type)
     {
@@ -87,13 +94,20 @@ private:
     }
     // The slow paths: the thread's first lease, and a nested one.
     void Begin(ItemType expected);
-    void End() noexcept;
+    // Gives back what the text buffer grew to for one huge value.
+    void DropText() noexcept;
+    static constexpr size_t kLargestKeptText = 1 << 16;
 
     CShared* m_pShared = nullptr;
     VxVariant* m_pValue = nullptr;
     std::wstring* m_pText = nullptr;
-    std::optional<VxVariant> m_ownValue;
-    std::optional<std::wstring> m_ownText;
+    // A nested lease's own pair: one pointer to test when a lease ends.
+    struct COwn
+    {
+        VxVariant value;
+        std::wstring text;
+    };
+    std::unique_ptr<COwn> m_pOwn;
 };
 
 } // namespace VxXmlLib16::detail

@@ -1,3 +1,4 @@
+#include "core/MergedChildren.h"
 #include "core/NestingGuard.h"
 #include "core/ValueScratch.h"
 
@@ -55,9 +56,8 @@ private:
 // answer is kept with the class (not in a table of ours keyed by type), so
 // a class unloaded with its library cannot leave a stale answer for another
 // one loaded at the same address.
-bool IsNil(const CXmlGeneratedClass& object)
+bool IsNil(const CXmlGeneratedClass& object, const CParentElementInfo* info)
 {
-    const CParentElementInfo* info = object.GetClassInfo();
     const std::type_info& type = typeid(object);
     if (info != nullptr && info->IsKnownNotNillable(type)) {
         return false;
@@ -143,10 +143,16 @@ void CXmlGeneratedClass::ToXml_Int(CXmlWriter* writer, bool isRoot, const wchar_
 {
     const detail::NestingGuard nesting;
     try {
+        // Each table is asked for once per object: every ask is a virtual
+        // call and a check that the tables exist.
         const CParentElementInfo* info = GetClassInfo();
+        CElementInfo** const elements = GetClassElementInfo();
         // A class merged into its parent writes only its content, inside the
         // element the parent opened.
         const bool ownElement = info->GetElementType() == XmlElementType_Element;
+        // Children merged into this element are read once, for their
+        // attributes, and kept for their content.
+        const detail::CMergedChildren merged(ownElement);
         if (ownElement) {
             if (isRoot) {
                 for (const std::wstring& instruction : context.GetProcessingInstructions()) {
@@ -171,8 +177,7 @@ void CXmlGeneratedClass::ToXml_Int(CXmlWriter* writer, bool isRoot, const wchar_
                                      info->GetElementName().c_str(), ItemType_string);
             }
             try {
-                ProcessAttributesToXml(context, GetClassElementInfo(), GetClassAttributeInfo(),
-                                       writer);
+                ProcessAttributesToXml(context, elements, GetClassAttributeInfo(), writer);
             } catch (const CVxException& e) {
                 throw CVxValidationException(L"Failed to convert attributes to XML", L"", e);
             }
@@ -182,10 +187,10 @@ void CXmlGeneratedClass::ToXml_Int(CXmlWriter* writer, bool isRoot, const wchar_
                 writer->WriteRawBlock(context.GetInLineSchema().c_str());
             }
         }
-        if (IsNil(*this)) {
+        if (IsNil(*this, info)) {
             writer->WriteNil();
         } else {
-            WriteContent(context, writer, isOptional);
+            WriteContent(context, writer, isOptional, *info, elements);
         }
         if (ownElement) {
             writer->EndElement();
@@ -198,11 +203,10 @@ void CXmlGeneratedClass::ToXml_Int(CXmlWriter* writer, bool isRoot, const wchar_
 }
 
 void CXmlGeneratedClass::WriteContent(const CSerializationContext& context, CXmlWriter* writer,
-                                      bool isOptional) const
+                                      bool isOptional, const CParentElementInfo& info,
+                                      CElementInfo** elements) const
 {
-    const CParentElementInfo* info = GetClassInfo();
-    CElementInfo** elements = GetClassElementInfo();
-    switch (info->GetElementGroupType()) {
+    switch (info.GetElementGroupType()) {
     case XmlElementGroupType_Sequence:
         ProcessElementSeqToXml(context, elements, writer);
         break;
@@ -215,14 +219,14 @@ void CXmlGeneratedClass::WriteContent(const CSerializationContext& context, CXml
     default:
         throw CVxException(L"Unknown XML Group Type");
     }
-    const int valueIndex = info->GetPrimitiveValuePropertyIndex();
-    if (valueIndex != -1 && info->GetPrimitiveDataType() != ItemType_Invalid) {
-        detail::CValueLease lease(info->GetPrimitiveDataType());
+    const int valueIndex = info.GetPrimitiveValuePropertyIndex();
+    if (valueIndex != -1 && info.GetPrimitiveDataType() != ItemType_Invalid) {
+        detail::CValueLease lease(info.GetPrimitiveDataType());
         VxVariant& value = lease.Value();
         ReadProperty(valueIndex, value);
         if (!value.IsNil() && value.IsValid()) {
             const std::wstring& text =
-                value.ToText(info->GetPrimitiveFormatOverride(), lease.Text());
+                value.ToText(info.GetPrimitiveFormatOverride(), lease.Text());
             writer->WriteElementText(text.c_str(), value.GetTypeAsEnum(), false);
         }
     }
@@ -309,7 +313,7 @@ CXmlElement* CXmlGeneratedClass::FromXml_Int(CXmlElement* element, CXmlElement* 
             SetElementName(element->GetLocalName().c_str());
             ProcessAttributesFromXml(context, element, info->GetFromXmlFailIfAttributeUnknown());
         }
-        if (IsNil(*this)) {
+        if (IsNil(*this, info)) {
             return type == XmlElementType_Element ? element->GetNextSiblingElement() : firstChild;
         }
         CXmlElement* rest = nullptr;

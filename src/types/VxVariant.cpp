@@ -153,6 +153,20 @@ private:
     }
 };
 
+// Whether a value of type lives in a holder the variant owns (or, for the
+// object kinds, a reference it holds).
+bool HoldsPointer(ItemType type) noexcept
+{
+    constexpr uint32_t kPointerKinds =
+        1u << ItemType_hexBinary | 1u << ItemType_base64Binary | 1u << ItemType_duration |
+        1u << ItemType_yearMonth | 1u << ItemType_monthDay | 1u << ItemType_date |
+        1u << ItemType_datetime | 1u << ItemType_time | 1u << ItemType_string |
+        1u << ItemType_decimal | 1u << ItemType_integer | 1u << ItemType_XmlObjectBase |
+        1u << ItemType_XmlCollection;
+    const auto index = static_cast<uint32_t>(type);
+    return index >= 32 || ((kPointerKinds >> index) & 1) != 0;
+}
+
 // The families of holders that a variant may keep for its next value
 // (SetInvalidKeepingStorage); 0 is none.
 enum : uint8_t { kSpareNone = 0, kSpareString = 1, kSpareDecimal = 2, kSpareDateTime = 3 };
@@ -400,34 +414,48 @@ void VxVariant::SetInvalid()
 
 void VxVariant::SetInvalidKeepingStorage() noexcept
 {
-    uint8_t family = kSpareNone;
-    if (!m_bNil && m_raw != 0) {
+    // Called once per value written. The common cases (a scalar, a small
+    // string, a date-time) end here without a call, so they cost no stack
+    // frame; the rest are left to SetInvalidSlow.
+    const bool wasNil = m_bNil;
+    m_bNil = false;
+    if (!wasNil && m_raw != 0) {
         switch (m_type) {
         case ItemType_string:
-            family = IsSmall(*m_pString) ? kSpareString : kSpareNone;
-            break;
-        case ItemType_decimal:
-            family = IsSmall(*m_pDecimal) ? kSpareDecimal : kSpareNone;
+            if (IsSmall(*m_pString)) {
+                // The holder stays in the slot; only the kind says it holds no value.
+                m_type = ItemType_Invalid;
+                m_spare = kSpareString;
+                return;
+            }
             break;
         case ItemType_yearMonth:
         case ItemType_monthDay:
         case ItemType_date:
         case ItemType_datetime:
         case ItemType_time:
-            family = kSpareDateTime;
-            break;
+            m_type = ItemType_Invalid;
+            m_spare = kSpareDateTime;
+            return;
         default:
             break;
         }
     }
-    if (family != kSpareNone) {
-        // The holder stays in the slot; only the kind says it holds no value.
-        m_type = ItemType_Invalid;
-        m_spare = family;
-    } else {
-        Clear();
+    if (!HoldsPointer(m_type)) {
+        m_type = ItemType_Invalid; // what Clear does to a scalar: its bits stay
+        return;
     }
-    m_bNil = false;
+    SetInvalidSlow(wasNil);
+}
+
+[[gnu::noinline]] void VxVariant::SetInvalidSlow(bool wasNil) noexcept
+{
+    if (!wasNil && m_raw != 0 && m_type == ItemType_decimal && IsSmall(*m_pDecimal)) {
+        m_type = ItemType_Invalid;
+        m_spare = kSpareDecimal;
+        return;
+    }
+    Clear(); // the nil flag is already down, as Clear leaves it
 }
 
 void* VxVariant::TakeSpare(uint8_t family) noexcept

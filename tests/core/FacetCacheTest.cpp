@@ -103,6 +103,49 @@ TEST(FacetCacheTest, BoundsBelongToTheirRecordAndFollowAssignment)
                      L"Invalid Value for s [abc].");
 }
 
+// Records note which facets they set, so that checks skip the rest: each
+// facet on its own must still apply, also in copies and after assignment
+// to a record that had none.
+TEST(FacetCacheTest, EachFacetAloneIsStillChecked)
+{
+    using R = CPrimitiveRestrictions;
+    const R only[] = {
+        R(L"[a-z]", -1, -1, nullptr, nullptr, nullptr, nullptr, -1, -1, -1),
+        R(nullptr, 2, -1, nullptr, nullptr, nullptr, nullptr, -1, -1, -1),
+        R(nullptr, -1, 0, nullptr, nullptr, nullptr, nullptr, -1, -1, -1),
+        R(nullptr, -1, -1, nullptr, nullptr, nullptr, nullptr, 0, -1, -1),
+        R(nullptr, -1, -1, L"5", nullptr, nullptr, nullptr, -1, -1, -1),
+        R(nullptr, -1, -1, nullptr, L"-5", nullptr, nullptr, -1, -1, -1),
+        R(nullptr, -1, -1, nullptr, nullptr, L"5", nullptr, -1, -1, -1),
+        R(nullptr, -1, -1, nullptr, nullptr, nullptr, L"-5", -1, -1, -1),
+        R(nullptr, -1, -1, nullptr, nullptr, nullptr, nullptr, -1, 1, -1),
+        R(nullptr, -1, -1, nullptr, nullptr, nullptr, nullptr, -1, -1, 0),
+    };
+    const bool onText[] = {true, true, true, true, false, false, false, false, false, false};
+    for (size_t i = 0; i < std::size(only); ++i) {
+        SCOPED_TRACE(i);
+        R assigned;
+        assigned = only[i];
+        const R copied(only[i]);
+        const R* const forms[] = {&only[i], &assigned, &copied};
+        for (const R* r : forms) {
+            EXPECT_FALSE(r->IsEmpty());
+            VxVariant value;
+            if (onText[i]) {
+                value.SetString(L"A");
+            } else {
+                value.SetDecimal(CDecimal(L"-1.5"));
+            }
+            EXPECT_THROW(CChecks::Throw_IfInvalidValue(L"v", value, *r), CVxException);
+        }
+    }
+    EXPECT_TRUE(R().IsEmpty());
+    R emptied = only[0];
+    emptied = R();
+    EXPECT_TRUE(emptied.IsEmpty());
+    EXPECT_NO_THROW(CChecks::Throw_IfInvalid_string(L"s", L"A", emptied));
+}
+
 TEST(FacetCacheTest, ABrokenPatternFailsTheSameWayEveryTime)
 {
     const CPrimitiveRestrictions r = Pattern(L"[a-");

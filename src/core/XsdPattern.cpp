@@ -289,6 +289,37 @@ std::wstring EmitSet(const CharSet& set, bool negated, const std::wstring* subtr
 
 // --- Translation ---------------------------------------------------------
 
+// The character a single-character escape stands for (the part after the
+// backslash), or 0 for every other escape.
+wchar_t SingleCharEscape(wchar_t c)
+{
+    switch (c) {
+    case L'n':
+        return L'\n';
+    case L'r':
+        return L'\r';
+    case L't':
+        return L'\t';
+    case L'\\':
+    case L'|':
+    case L'.':
+    case L'-':
+    case L'^':
+    case L'?':
+    case L'*':
+    case L'+':
+    case L'{':
+    case L'}':
+    case L'(':
+    case L')':
+    case L'[':
+    case L']':
+        return c;
+    default:
+        return 0;
+    }
+}
+
 // Groups and class subtractions may nest this deep; PCRE2 has a nesting limit
 // of its own, and the translator recurses once per level.
 constexpr int kMaxNesting = 50;
@@ -537,28 +568,10 @@ private:
         }
         const wchar_t e = Peek();
         ++m_pos;
+        if (const wchar_t single = SingleCharEscape(e); single != 0) {
+            return static_cast<char32_t>(single);
+        }
         switch (e) {
-        case L'n':
-            return U'\n';
-        case L'r':
-            return U'\r';
-        case L't':
-            return U'\t';
-        case L'\\':
-        case L'|':
-        case L'.':
-        case L'?':
-        case L'*':
-        case L'+':
-        case L'(':
-        case L')':
-        case L'{':
-        case L'}':
-        case L'-':
-        case L'[':
-        case L']':
-        case L'^':
-            return static_cast<char32_t>(e);
         case L's':
             Add(set, kSpace);
             return std::nullopt;
@@ -841,36 +854,6 @@ struct CSimplePiece
     }
 };
 constexpr uint32_t kUnbounded = UINT32_MAX;
-
-// A character that stands for itself after a backslash, or 0.
-wchar_t SingleCharEscape(wchar_t c)
-{
-    switch (c) {
-    case L'n':
-        return L'\n';
-    case L'r':
-        return L'\r';
-    case L't':
-        return L'\t';
-    case L'\\':
-    case L'|':
-    case L'.':
-    case L'-':
-    case L'^':
-    case L'?':
-    case L'*':
-    case L'+':
-    case L'{':
-    case L'}':
-    case L'(':
-    case L')':
-    case L'[':
-    case L']':
-        return c;
-    default:
-        return 0;
-    }
-}
 
 bool IsMetaCharacter(wchar_t c)
 {

@@ -58,6 +58,11 @@ public:
     void WriteXsiType(const wchar_t* typeNamespaceUri, const wchar_t* typeLocalName,
                       ItemType itemType) override;
     void WriteNil() override;
+    // Written straight into the text, with no element context made for it,
+    // when the element's namespace is already in scope.
+    void WriteSimpleElement(const std::wstring& localName, const std::wstring& namespaceUri,
+                            const std::wstring& text, ItemType itemType,
+                            bool valueIsDefault) override;
 
     // <?xml version="1.0" encoding="..."?> and a line end; the encoding is
     // named for UTF-8 and UTF-16 streams only.
@@ -148,6 +153,15 @@ private:
     VXXML_WRITER_INTERNAL void FlushIfDue();
 
     VXXML_WRITER_INTERNAL void WriteEscaped(const wchar_t* text, bool attributeMode);
+    // The same for a text of known length; it ends at a zero character, as
+    // the zero-terminated text would.
+    VXXML_WRITER_INTERNAL void WriteEscaped(const wchar_t* text, size_t length, bool attributeMode);
+    // The prefix an element in namespaceUri takes as a child of parent when
+    // writing it needs no namespace declaration; null when it needs one.
+    VXXML_WRITER_INTERNAL const std::wstring* PrefixInScope(const CXmlWriterContext& parent,
+                                                            const std::wstring& namespaceUri) const;
+    VXXML_WRITER_INTERNAL void PutQualifiedName(const std::wstring& prefix,
+                                                const std::wstring& localName);
     VXXML_WRITER_INTERNAL void WriteIndent(int32_t depth);
     VXXML_WRITER_INTERNAL void CloseParentStartTag();
     VXXML_WRITER_INTERNAL void WriteNamespaceDeclaration(const std::wstring& prefix,

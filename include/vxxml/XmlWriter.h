@@ -137,6 +137,15 @@ public:
     virtual void WriteXsiType(const wchar_t* typeNamespaceUri, const wchar_t* typeLocalName,
                               ItemType itemType) = 0;
     virtual void WriteNil() = 0;
+    // An element with simple content and nothing else (no attributes, no
+    // children) in one call. It means exactly StartElement, WriteElementText
+    // and EndElement in a row, which is what this default does; a writer may
+    // do the same work cheaper, as the text writer does. Bound objects write
+    // most of their members this way. The text, like a C string, ends at a
+    // zero character; names (XML names) never hold one.
+    virtual void WriteSimpleElement(const std::wstring& localName, const std::wstring& namespaceUri,
+                                    const std::wstring& text, ItemType itemType,
+                                    bool valueIsDefault);
 
     // Stored in the innermost open element for writers that need it; ignored
     // when no element is open.

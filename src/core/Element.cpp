@@ -188,6 +188,15 @@ void CElement::ToXml_Int(CXmlWriter* writer, bool isRoot, const wchar_t* namespa
 {
     const detail::NestingGuard nesting;
     const wchar_t* ns = m_strNamespace.empty() ? OrEmpty(namespaceUri) : m_strNamespace.c_str();
+    // A leaf with text only, in its own namespace (or none), is written in
+    // one call.
+    const bool ownNamespace = ns == m_strNamespace.c_str() || *ns == L'\0';
+    if (!isRoot && ownNamespace && m_pAttributes->GetCount() == 0 &&
+        m_pChildElements->GetCount() == 0) {
+        writer->WriteSimpleElement(GetElementName(), m_strNamespace, m_strText, ItemType_string,
+                                   false);
+        return;
+    }
     if (isRoot) {
         // GetAliasFromNamespace is not const (it records unknown namespaces);
         // every namespace asked for here is known, so a copy serves.

@@ -321,30 +321,25 @@ bool CElementInfo::WriteSimple(const CSerializationContext&, const CXmlGenerated
     if (!value.IsValid()) {
         return false;
     }
-    const wchar_t* text;
     ItemType kind = ItemType_string;
-    bool isDefault;
     std::wstring& buffer = lease.Text();
+    const std::wstring* text = &buffer;
     if (enumToText) {
-        text = enumToText(value.GetI4());
-        text = text ? text : L"";
-        isDefault = !m_strDefaultValue.empty() && m_strDefaultValue == text;
+        const wchar_t* name = enumToText(value.GetI4());
+        buffer.assign(name ? name : L"");
     } else {
         // A string value is written from where it stands, not copied.
-        const std::wstring& lexical = value.ToText(
-            m_strFormatOverride.empty() ? nullptr : m_strFormatOverride.c_str(), buffer);
-        text = lexical.c_str();
+        text = &value.ToText(m_strFormatOverride.empty() ? nullptr : m_strFormatOverride.c_str(),
+                             buffer);
         kind = value.GetTypeAsEnum();
-        // A value equal to the schema default is written as it is: the schema
-        // accepted the default, so its facets are not checked again.
-        isDefault = !m_strDefaultValue.empty() && lexical == m_strDefaultValue;
-        if (!isDefault && !detail::PassesUnchecked(m_restrictions, kind)) {
-            CheckRestriction(value);
-        }
     }
-    writer->StartElement(m_strElementName.c_str(), m_strNamespaceUri.c_str());
-    writer->WriteElementText(text, kind, isDefault);
-    writer->EndElement();
+    // A value equal to the schema default is written as it is: the schema
+    // accepted the default, so its facets are not checked again.
+    const bool isDefault = !m_strDefaultValue.empty() && *text == m_strDefaultValue;
+    if (!enumToText && !isDefault && !detail::PassesUnchecked(m_restrictions, kind)) {
+        CheckRestriction(value);
+    }
+    writer->WriteSimpleElement(m_strElementName, m_strNamespaceUri, *text, kind, isDefault);
     return true;
 }
 

@@ -41,9 +41,7 @@ void CXmlTypeCollection::ToXml_Int(CXmlWriter* writer, bool, const wchar_t*,
     const int32_t count = GetCount();
     for (int i = 0; i < count; ++i) {
         const std::wstring text = ItemToString(i);
-        writer->StartElement(GetElementName().c_str(), m_strNamespace.c_str());
-        writer->WriteElementText(text.c_str(), m_eItemType, false);
-        writer->EndElement();
+        writer->WriteSimpleElement(GetElementName(), m_strNamespace, text, m_eItemType, false);
     }
 }
 

@@ -277,15 +277,20 @@ template <int Mode> const wchar_t* CXmlTextWriter::PutRun(const wchar_t* p, cons
     }
 }
 
-// Runs of characters that need no escaping are copied as they are found.
 void CXmlTextWriter::WriteEscaped(const wchar_t* text, bool attributeMode)
+{
+    WriteEscaped(text, TextLength(text), attributeMode);
+}
+
+// Runs of characters that need no escaping are copied as they are found.
+void CXmlTextWriter::WriteEscaped(const wchar_t* text, size_t length, bool attributeMode)
 {
     const unsigned char* table = attributeMode ? kEscape.attribute : kEscape.text;
     const wchar_t* p = text;
-    const wchar_t* const end = text + TextLength(text);
+    const wchar_t* const end = text + length;
     for (;;) {
         p = attributeMode ? PutRun<kAttribute>(p, end) : PutRun<kText>(p, end);
-        if (p == end) {
+        if (p == end || *p == L'\0') {
             break;
         }
         const auto c = static_cast<uint32_t>(*p);
@@ -591,6 +596,75 @@ void CXmlTextWriter::WriteAttribute(const wchar_t* localName, const wchar_t* nam
     Put(L"=\"", 2);
     WriteEscaped(OrEmpty(value), true);
     Put(L'"');
+    EndConstruct();
+}
+
+const std::wstring* CXmlTextWriter::PrefixInScope(const CXmlWriterContext& parent,
+                                                  const std::wstring& namespaceUri) const
+{
+    static const std::wstring noPrefix;
+    if (namespaceUri.empty()) {
+        // Inside a default namespace the element would have to undeclare it.
+        return parent.GetDefaultNamespace().empty() ? &noPrefix : nullptr;
+    }
+    const std::wstring& parentUri = parent.GetNamespaceUri();
+    const OpenElement& parentElement = m_openElements[static_cast<size_t>(parent.GetDepth())];
+    if (namespaceUri.size() == parentUri.size() &&
+        std::wmemcmp(namespaceUri.data(), parentUri.data(), parentUri.size()) == 0 &&
+        parentElement.scopeOwner == parent.GetScopeOwner() &&
+        parentElement.scopeChanges == parent.GetScopeChanges()) {
+        return &parentElement.prefix; // the parent's namespace, resolved in this very scope
+    }
+    if (namespaceUri == parent.GetDefaultNamespace()) {
+        return &noPrefix;
+    }
+    const std::wstring* prefix = parent.FindPrefix(namespaceUri);
+    return prefix != nullptr && !prefix->empty() ? prefix : nullptr;
+}
+
+void CXmlTextWriter::PutQualifiedName(const std::wstring& prefix, const std::wstring& localName)
+{
+    if (!prefix.empty()) {
+        Put(prefix);
+        Put(L':');
+    }
+    Put(localName);
+}
+
+void CXmlTextWriter::WriteSimpleElement(const std::wstring& localName,
+                                        const std::wstring& namespaceUri, const std::wstring& text,
+                                        ItemType itemType, bool valueIsDefault)
+{
+    CXmlWriterContext* const parent = m_pContext;
+    const std::wstring* prefix = parent ? PrefixInScope(*parent, namespaceUri) : nullptr;
+    if (prefix == nullptr) {
+        // The root element, or one that declares a namespace: the general
+        // path knows how.
+        CXmlWriter::WriteSimpleElement(localName, namespaceUri, text, itemType, valueIsDefault);
+        return;
+    }
+    CloseParentStartTag();
+    if (m_bFormatting) {
+        WriteIndent(parent->GetDepth() + 1);
+    }
+    Put(L'<');
+    PutQualifiedName(*prefix, localName);
+    if (text.empty() || text[0] == L'\0' || (valueIsDefault && !m_bWriteDefaultElementValues)) {
+        Put(L"/>", 2);
+    } else {
+        Put(L'>');
+        if (text[0] == L'<' && text.compare(0, 9, L"<![CDATA[") == 0) {
+            PutText(text.c_str());
+        } else {
+            WriteEscaped(text.data(), text.size(), false);
+        }
+        Put(L"</", 2);
+        PutQualifiedName(*prefix, localName);
+        Put(L'>');
+    }
+    if (m_bFormatting) {
+        Put(m_strEOLChars);
+    }
     EndConstruct();
 }
 

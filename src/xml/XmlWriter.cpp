@@ -179,6 +179,15 @@ void CXmlWriter::AddNamespace(const wchar_t* prefix, const wchar_t* namespaceUri
     }
 }
 
+void CXmlWriter::WriteSimpleElement(const std::wstring& localName, const std::wstring& namespaceUri,
+                                    const std::wstring& text, ItemType itemType,
+                                    bool valueIsDefault)
+{
+    StartElement(localName.c_str(), namespaceUri.c_str());
+    WriteElementText(text.c_str(), itemType, valueIsDefault);
+    EndElement();
+}
+
 void CXmlWriter::SetContentHint(uint32_t hint)
 {
     if (m_pContext) {

@@ -157,34 +157,48 @@ TEST(XmlTextWriterRuns, LongValuesAreEscapedAcrossTheWritersBuffer)
 
 TEST(XmlTextWriterRuns, ChildrenReusePrefixesOnlyWhileTheScopeIsUnchanged)
 {
-    const std::wstring out = Write([](CXmlTextWriter& w) {
-        w.AddNamespace(L"p", L"urn:x");
-        w.StartElement(L"root", L"");
-        w.StartElement(L"a", L"urn:x");
-        w.StartElement(L"a1", L"urn:x"); // the parent's prefix
-        w.EndElement();
-        w.AddNamespace(L"q", L"urn:x"); // rebinds the URI in a's scope
-        w.StartElement(L"b", L"urn:x");
-        w.AddNamespace(L"r", L"urn:x"); // and again, in b's own scope
-        w.StartElement(L"c", L"urn:x");
-        w.EndElement();
-        w.EndElement();
-        w.StartElement(L"b2", L"urn:x"); // back in a's scope
-        w.EndElement();
-        w.EndElement(); // a's end tag repeats its start tag
-        w.StartElement(L"d", L"urn:x");
-        w.SetDefaultNamespace(L"urn:x");
-        w.StartElement(L"e", L"urn:x"); // now the default namespace
-        w.EndElement();
-        w.EndElement();
-        w.StartElement(L"f", L"urn:x"); // the contexts of a and d are reused
-        w.StartElement(L"g", L"urn:x");
-        w.EndElement();
-        w.EndElement();
-        w.EndElement();
-    });
-    EXPECT_EQ(out, L"<root xmlns:p=\"urn:x\"><p:a><p:a1/><q:b><r:c/></q:b><q:b2/></p:a>"
-                   L"<p:d><e/></p:d><p:f><p:g/></p:f></root>");
+    // Leaves written in one call must resolve their prefixes as the three
+    // calls do.
+    for (const bool simple : {false, true}) {
+        const auto leaf = [simple](CXmlTextWriter& w, const wchar_t* name,
+                                   const wchar_t* ns = L"urn:x") {
+            if (simple) {
+                w.WriteSimpleElement(name, ns, L"", ItemType_string, false);
+            } else {
+                w.StartElement(name, ns);
+                w.EndElement();
+            }
+        };
+        const std::wstring out = Write([&leaf](CXmlTextWriter& w) {
+            w.AddNamespace(L"p", L"urn:x");
+            w.StartElement(L"root", L"");
+            w.StartElement(L"a", L"urn:x");
+            leaf(w, L"a1");                 // the parent's prefix
+            w.AddNamespace(L"q", L"urn:x"); // rebinds the URI in a's scope
+            w.StartElement(L"b", L"urn:x");
+            w.AddNamespace(L"r", L"urn:x"); // and again, in b's own scope
+            leaf(w, L"c");
+            w.EndElement();
+            leaf(w, L"b2"); // back in a's scope
+            w.EndElement(); // a's end tag repeats its start tag
+            w.StartElement(L"d", L"urn:x");
+            w.SetDefaultNamespace(L"urn:x");
+            leaf(w, L"e"); // now the default namespace
+            w.EndElement();
+            w.StartElement(L"f", L"urn:x"); // the contexts of a and d are reused
+            leaf(w, L"g");
+            w.EndElement();
+            w.StartElement(L"h", L"urn:z"); // h declares a prefix of its own
+            w.AddNamespace(L"s", L"urn:z"); // and rebinds it
+            leaf(w, L"i", L"urn:z");
+            w.EndElement();
+            w.EndElement();
+        });
+        EXPECT_EQ(out, L"<root xmlns:p=\"urn:x\"><p:a><p:a1/><q:b><r:c/></q:b><q:b2/></p:a>"
+                       L"<p:d><e/></p:d><p:f><p:g/></p:f>"
+                       L"<AA:h xmlns:AA=\"urn:z\"><s:i/></AA:h></root>")
+            << "simple leaves: " << simple;
+    }
 }
 
 TEST(XmlTextWriterRuns, IndentationFollowsTheCurrentIndentCharacters)

@@ -276,6 +276,9 @@ private:
     bool WriteSimple(const VxXmlLib16::CSerializationContext& context,
                      const VxXmlLib16::CXmlGeneratedClass* owner, VxXmlLib16::CXmlWriter* writer,
                      EnumToTextFn enumToText) const;
+    void WriteNilElement(VxXmlLib16::CXmlWriter* writer) const;
+    void WriteEnumElement(VxXmlLib16::CXmlWriter* writer, int32_t value, EnumToTextFn enumToText,
+                          std::wstring& buffer) const;
 };
 
 } // namespace VxXmlLib16Data

@@ -4,6 +4,7 @@
 
 #include <cassert>
 #include <cwctype>
+#include <optional>
 #include <vxxml/ElementInfo.h>
 #include <vxxml/Exceptions.h>
 #include <vxxml/FormatString.h>
@@ -24,6 +25,14 @@ constexpr size_t kLargestKeptScratch = 1 << 16;
 std::wstring OrEmpty(const wchar_t* s)
 {
     return s ? s : L"";
+}
+
+// Out of line: every member passes through ElementToXml, and formatting the
+// message there would cost it a larger frame on each call.
+[[noreturn, gnu::noinline, gnu::cold]] void ThrowMandatoryIsNull(const std::wstring& name)
+{
+    throw CVxInvalidParamException(
+        FormatString(L"The Property [%s] is mandatory, it may not be NULL", name.c_str()));
 }
 
 bool EqualsIgnoringCase(const std::wstring& value, const wchar_t* word)
@@ -233,9 +242,8 @@ bool CElementInfo::ElementToXml(const CSerializationContext& context,
     // Only a class member of a choice tells its child that it is optional.
     const bool flag = m_compositor == Compositor_Choice;
     const bool wrote = WriteValue(context, owner, writer, flag);
-    if (!wrote && m_cardinality == Cardinality_Mandatory && HoldsObject()) {
-        throw CVxInvalidParamException(FormatString(
-            L"The Property [%s] is mandatory, it may not be NULL", m_strElementName.c_str()));
+    if (!wrote && m_cardinality == Cardinality_Mandatory && HoldsObject()) [[unlikely]] {
+        ThrowMandatoryIsNull(m_strElementName);
     }
     return wrote;
 }
@@ -252,12 +260,14 @@ bool CElementInfo::WriteChildObject(const CSerializationContext& context,
                                     const wchar_t* namespaceUri, bool flag) const
 {
     // A merged child was read already for its attributes.
+    // The variant of its own is made only when nothing was kept.
     const VxVariant* kept = detail::CMergedChildren::Take(this, owner);
-    VxVariant local;
+    std::optional<VxVariant> local;
     if (kept == nullptr) {
-        ReadProperty(owner, local);
+        ReadProperty(owner, local.emplace());
+        kept = &*local;
     }
-    const VxVariant& value = kept != nullptr ? *kept : local;
+    const VxVariant& value = *kept;
     if (value.GetTypeAsEnum() != ItemType_XmlObjectBase) {
         return false;
     }
@@ -312,35 +322,49 @@ bool CElementInfo::WriteSimple(const CSerializationContext&, const CXmlGenerated
     detail::CValueLease lease(enumToText ? ItemType_i4 : m_primitiveType);
     VxVariant& value = lease.Value();
     GetProperty(owner, m_iPropertyIndex, m_strElementName, value);
-    if (value.IsNil()) {
-        writer->StartElement(m_strElementName.c_str(), m_strNamespaceUri.c_str());
-        writer->WriteNil();
-        writer->EndElement();
+    if (value.IsNil()) [[unlikely]] {
+        WriteNilElement(writer);
         return true;
     }
     if (!value.IsValid()) {
         return false;
     }
-    ItemType kind = ItemType_string;
-    std::wstring& buffer = lease.Text();
-    const std::wstring* text = &buffer;
     if (enumToText) {
-        const wchar_t* name = enumToText(value.GetI4());
-        buffer.assign(name ? name : L"");
-    } else {
-        // A string value is written from where it stands, not copied.
-        text = &value.ToText(m_strFormatOverride.empty() ? nullptr : m_strFormatOverride.c_str(),
-                             buffer);
-        kind = value.GetTypeAsEnum();
+        WriteEnumElement(writer, value.GetI4(), enumToText, lease.Text());
+        return true;
     }
+    // A string value is written from where it stands, not copied.
+    const std::wstring& text = value.ToText(
+        m_strFormatOverride.empty() ? nullptr : m_strFormatOverride.c_str(), lease.Text());
+    const ItemType kind = value.GetTypeAsEnum();
     // A value equal to the schema default is written as it is: the schema
     // accepted the default, so its facets are not checked again.
-    const bool isDefault = !m_strDefaultValue.empty() && *text == m_strDefaultValue;
-    if (!enumToText && !isDefault && !detail::PassesUnchecked(m_restrictions, kind)) {
+    const bool isDefault = !m_strDefaultValue.empty() && text == m_strDefaultValue;
+    if (!isDefault && !detail::PassesUnchecked(m_restrictions, kind)) {
         CheckRestriction(value);
     }
-    writer->WriteSimpleElement(m_strElementName, m_strNamespaceUri, *text, kind, isDefault);
+    writer->WriteSimpleElement(m_strElementName, m_strNamespaceUri, text, kind, isDefault);
     return true;
+}
+
+// The rarer shapes of a simple member are kept out of WriteSimple, so that
+// its frame stays small for the common one.
+[[gnu::noinline]] void CElementInfo::WriteNilElement(CXmlWriter* writer) const
+{
+    writer->StartElement(m_strElementName.c_str(), m_strNamespaceUri.c_str());
+    writer->WriteNil();
+    writer->EndElement();
+}
+
+[[gnu::noinline]] void CElementInfo::WriteEnumElement(CXmlWriter* writer, int32_t value,
+                                                      EnumToTextFn enumToText,
+                                                      std::wstring& buffer) const
+{
+    const wchar_t* name = enumToText(value);
+    buffer.assign(name ? name : L"");
+    const bool isDefault = !m_strDefaultValue.empty() && buffer == m_strDefaultValue;
+    writer->WriteSimpleElement(m_strElementName, m_strNamespaceUri, buffer, ItemType_string,
+                               isDefault);
 }
 
 void CElementInfo::MergedChildAttributesToXml(const CSerializationContext& context,
@@ -351,9 +375,9 @@ void CElementInfo::MergedChildAttributesToXml(const CSerializationContext& conte
         return;
     }
     // Kept for the content, which follows once the start tag is complete.
-    VxVariant local;
+    std::optional<VxVariant> local;
     VxVariant* kept = detail::CMergedChildren::Keep(this, owner);
-    VxVariant& value = kept != nullptr ? *kept : local;
+    VxVariant& value = kept != nullptr ? *kept : local.emplace();
     ReadProperty(owner, value);
     if (value.GetTypeAsEnum() != ItemType_XmlObjectBase) {
         return;

@@ -4,6 +4,8 @@
 
 #include "core/ThreadLocal.h"
 
+#include <array>
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <vxxml/ItemType.h>
@@ -77,20 +79,22 @@ private:
 
     static Family FamilyOf(ItemType type)
     {
-        switch (type) {
-        case ItemType_string:
-            return kString;
-        case ItemType_decimal:
-            return kDecimal;
-        case ItemType_yearMonth:
-        case ItemType_monthDay:
-        case ItemType_date:
-        case ItemType_datetime:
-        case ItemType_time:
-            return kDateTime;
-        default:
-            return kOther;
-        }
+        // One load instead of a jump through a table of cases.
+        static constexpr auto kTable = [] {
+            std::array<uint8_t, ItemType_XmlCollection + 1> table{};
+            for (auto& family : table) {
+                family = kOther;
+            }
+            table[ItemType_string] = kString;
+            table[ItemType_decimal] = kDecimal;
+            for (ItemType t : {ItemType_yearMonth, ItemType_monthDay, ItemType_date,
+                               ItemType_datetime, ItemType_time}) {
+                table[t] = kDateTime;
+            }
+            return table;
+        }();
+        const auto index = static_cast<uint32_t>(type);
+        return index < kTable.size() ? static_cast<Family>(kTable[index]) : kOther;
     }
     // The slow paths: the thread's first lease, and a nested one.
     void Begin(ItemType expected);

@@ -2,6 +2,7 @@
 
 #define PCRE2_CODE_UNIT_WIDTH 32
 #include <algorithm>
+#include <array>
 #include <cstdint>
 #include <mutex>
 #include <optional>
@@ -1062,6 +1063,82 @@ int MatchSimple(const std::vector<CSimplePiece>& pieces, std::wstring_view value
     return pos == n ? 1 : 0;
 }
 
+// Whether no character from p on is outside ASCII.
+bool AllAscii(const wchar_t* p, const wchar_t* end)
+{
+    for (; p != end; ++p) {
+        if (static_cast<char32_t>(*p) >= 0x80) {
+            return false;
+        }
+    }
+    return true;
+}
+
+// MatchSimple for a value made of ASCII characters only, which needs neither
+// the check for Unicode scalar values nor the class ranges: one bit test per
+// character. -1 when the value holds any other character (the general path
+// then decides, and reports a lone surrogate as before).
+int MatchSimpleAscii(const std::vector<CSimplePiece>& pieces, std::wstring_view value)
+{
+    const wchar_t* p = value.data();
+    const wchar_t* const end = p + value.size();
+    for (const CSimplePiece& piece : pieces) {
+        const wchar_t* const start = p;
+        const wchar_t* const stop = piece.max < static_cast<size_t>(end - p) ? p + piece.max : end;
+        for (; p != stop; ++p) {
+            const auto u = static_cast<char32_t>(*p);
+            if (u >= 0x80) {
+                return -1;
+            }
+            if (((piece.ascii[u / 64] >> (u % 64)) & 1) == 0) {
+                break;
+            }
+        }
+        if (static_cast<size_t>(p - start) < piece.min) {
+            return AllAscii(p, end) ? 0 : -1;
+        }
+    }
+    if (p == end) {
+        return 1;
+    }
+    return AllAscii(p, end) ? 0 : -1;
+}
+
+// The classes of a simple pattern whose pieces all have a fixed count, one
+// per character position (\d{3}-[A-Z]{2} gives six); empty when a count
+// varies or the value would be long.
+using FixedAscii = std::vector<std::array<uint64_t, 2>>;
+FixedAscii FixedAsciiOf(const std::vector<CSimplePiece>& pieces)
+{
+    FixedAscii positions;
+    for (const CSimplePiece& piece : pieces) {
+        if (piece.min != piece.max || piece.max > 64 || positions.size() + piece.max > 64) {
+            return {};
+        }
+        positions.insert(positions.end(), piece.max, {piece.ascii[0], piece.ascii[1]});
+    }
+    return positions;
+}
+
+// MatchSimpleAscii for a fixed-length pattern: one test per character.
+int MatchFixedAscii(const FixedAscii& positions, std::wstring_view value)
+{
+    const wchar_t* const end = value.data() + value.size();
+    if (value.size() != positions.size()) {
+        return AllAscii(value.data(), end) ? 0 : -1;
+    }
+    for (size_t i = 0; i < value.size(); ++i) {
+        const auto u = static_cast<char32_t>(value[i]);
+        if (u >= 0x80) {
+            return -1;
+        }
+        if (((positions[i][u / 64] >> (u % 64)) & 1) == 0) {
+            return AllAscii(value.data() + i, end) ? 0 : -1;
+        }
+    }
+    return 1;
+}
+
 } // namespace
 
 std::wstring TranslateXsdPattern(std::wstring_view pattern)
@@ -1077,6 +1154,8 @@ struct CXsdPattern::Impl
     bool jitted = false;
     // Set when the pattern is simple enough to be matched directly.
     std::optional<std::vector<CSimplePiece>> simple;
+    // Set (not empty) when simple has fixed counts only.
+    FixedAscii fixed;
     ~Impl() { pcre2_code_free(code); }
 };
 
@@ -1100,12 +1179,24 @@ CXsdPattern::CXsdPattern(std::wstring_view pattern)
     // interpreter matches the same way.
     m_pImpl->jitted = pcre2_jit_compile(m_pImpl->code, PCRE2_JIT_COMPLETE) == 0;
     m_pImpl->simple = SimplePieces(pattern);
+    if (m_pImpl->simple) {
+        m_pImpl->fixed = FixedAsciiOf(*m_pImpl->simple);
+    }
 }
 
 CXsdPattern::~CXsdPattern() = default;
 
 bool CXsdPattern::Matches(std::wstring_view value) const
 {
+    if (!m_pImpl->fixed.empty()) {
+        if (const int result = MatchFixedAscii(m_pImpl->fixed, value); result >= 0) {
+            return result == 1;
+        }
+    } else if (m_pImpl->simple) {
+        if (const int result = MatchSimpleAscii(*m_pImpl->simple, value); result >= 0) {
+            return result == 1;
+        }
+    }
     // Values are checked here so that PCRE2 can skip its own UTF check: a lone
     // surrogate is refused with a clear message instead of a PCRE2 error code.
     for (size_t i = 0; i < value.size(); ++i) {

@@ -463,8 +463,50 @@ std::wstring CDateTime::ToString() const
     return text;
 }
 
+namespace {
+
+// Two digits of a field below 100, written in place.
+void PutTwo(wchar_t* at, unsigned value)
+{
+    at[0] = static_cast<wchar_t>(L'0' + value / 10);
+    at[1] = static_cast<wchar_t>(L'0' + value % 10);
+}
+
+} // namespace
+
 void CDateTime::AppendTo(std::wstring& text) const
 {
+    // Most values written are dates and date-times of a four-digit year,
+    // without a fraction, in UTC or without a zone: their characters have
+    // fixed places, so they are put there directly instead of being counted
+    // one at a time. Every other shape takes the general path below.
+    if ((m_eType == dt_dateTime || m_eType == dt_date) && m_nYear > 0 && m_nYear < 10000 &&
+        m_nFraction == 0 && (!m_bHasTimezone || m_nTimezone == 0) && m_nMonth < 100 &&
+        m_nDay < 100 && m_nHour < 100 && m_nMinute < 100 && m_nSecond < 100) {
+        wchar_t fixed[20];
+        const auto year = static_cast<unsigned>(m_nYear);
+        PutTwo(fixed, year / 100);
+        PutTwo(fixed + 2, year % 100);
+        fixed[4] = L'-';
+        PutTwo(fixed + 5, m_nMonth);
+        fixed[7] = L'-';
+        PutTwo(fixed + 8, m_nDay);
+        size_t length = 10;
+        if (m_eType == dt_dateTime) {
+            fixed[10] = L'T';
+            PutTwo(fixed + 11, m_nHour);
+            fixed[13] = L':';
+            PutTwo(fixed + 14, m_nMinute);
+            fixed[16] = L':';
+            PutTwo(fixed + 17, m_nSecond);
+            length = 19;
+        }
+        if (m_bHasTimezone) {
+            fixed[length++] = L'Z';
+        }
+        text.append(fixed, length);
+        return;
+    }
     detail::TextBuilder out;
     if (TypeHasYear(m_eType)) {
         if (m_nYear < 0) {

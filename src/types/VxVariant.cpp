@@ -73,7 +73,8 @@ bool IsSmall(const std::wstring& text) noexcept
 }
 bool IsSmall(const CDecimal& value) noexcept
 {
-    return value.GetIntegerDigitCount() <= 40 && value.GetFractionDigitCount() <= 40;
+    // The divider bounds the fraction's digits without counting them.
+    return value.GetIntegerDigitCount() <= 40 && value.GetFractionDivider() <= 40;
 }
 bool IsSmall(const CDateTime&) noexcept
 {
@@ -984,11 +985,17 @@ CXmlObjectBase* VxVariant::ViewXmlObject() const
 // Text
 
 // The object behind a heap kind; a nil value has none and cannot be formatted.
-template <class T> const T& VxVariant::Held(const T* value) const
+// Out of line, so that Held itself is a test and a load wherever it is used.
+[[noreturn, gnu::noinline, gnu::cold]] static void ThrowNilHasNoText(ItemType type)
 {
-    if (value == nullptr) {
-        throw CVxInvalidStateException(FormatString(L"The %s value is nil and has no text",
-                                                    kTypeNames[static_cast<uint32_t>(m_type)]));
+    throw CVxInvalidStateException(FormatString(L"The %s value is nil and has no text",
+                                                kTypeNames[static_cast<uint32_t>(type)]));
+}
+
+template <class T> inline const T& VxVariant::Held(const T* value) const
+{
+    if (value == nullptr) [[unlikely]] {
+        ThrowNilHasNoText(m_type);
     }
     return *value;
 }

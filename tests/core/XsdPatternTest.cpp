@@ -283,6 +283,9 @@ TEST(XsdPatternTest, ValuesThatAreNotUnicodeAreRefusedNotMatched)
                      L"The value cannot be matched against the pattern [.*]: U+DC00 at character "
                      L"3 is not a Unicode character");
     EXPECT_THROW(pattern.Matches(std::wstring(1, wchar_t(0x110000))), CVxException);
+    // A directly matched pattern refuses too, also when an earlier character already fails.
+    EXPECT_THROW(CXsdPattern(L"\\d{3}").Matches(std::wstring(L"12x") + wchar_t(0xDC00)),
+                 CVxException);
 }
 
 TEST(XsdPatternTest, CatastrophicBacktrackingEndsInTheLibraryException)

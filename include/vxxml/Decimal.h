@@ -85,6 +85,9 @@ public:
     bool operator<=(const CDecimal& other) const;
     bool operator>(const CDecimal& other) const;
     bool operator>=(const CDecimal& other) const;
+    // Negative, zero or positive as this value is below, equal to or above
+    // other: one comparison where a pair of the operators above makes two.
+    int CompareTo(const CDecimal& other) const { return CompareValues(*this, other); }
 
     // Checked conversions; the fraction is truncated toward zero. Outside
     // CBigInteger::MIN_LONG..MAX_LONG (resp. the LONGLONG and DOUBLE bounds)

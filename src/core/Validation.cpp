@@ -450,7 +450,7 @@ void CXmlObjectBase::Throw_IfInvalid_decimal(const wchar_t* name, const CDecimal
     bool ok = WithinBounds(
         value, r, ItemType_decimal,
         [](const std::wstring& t) { return CConversions::decimalFromString(t, kCollapse); },
-        OperatorOrder());
+        CompareToOrder());
     // Digits of the absolute value: leading zeros of the integer part and
     // trailing zeros of the fraction do not count (0.50 has 1 + 1 digits).
     if (ok && (r.GetTotalDigits() > -1 || r.GetFractionDigits() > -1)) {

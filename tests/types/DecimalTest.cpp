@@ -172,6 +172,7 @@ TEST(DecimalTest, ComparisonSeesTheLastPlace)
         const CDecimal db(ScaledText((a.scaled + delta) * Pow10(extra), a.places + extra).c_str());
         ASSERT_EQ(Order(da, db), Order(0, delta))
             << Narrow(a.text) << " vs " << Narrow(db.ToString());
+        ASSERT_EQ(Order(da.CompareTo(db), 0), Order(0, delta));
     }
 }
 

@@ -263,30 +263,6 @@ void CDecimal::AppendTo(std::wstring& out) const
     }
     const bool negative = Signum() < 0;
     const Digits& whole = m_biInteger.m_vecDigits;
-    const size_t length = (negative ? 1 : 0) + whole.size() + 1 + static_cast<size_t>(m_lDivider);
-    // A short text is built on the stack and appended once: resizing the
-    // string first fills it with zeros through the library's general path.
-    if (length <= 64) {
-        wchar_t text[64];
-        wchar_t* pos = text;
-        if (negative) {
-            *pos++ = L'-';
-        }
-        for (auto it = whole.rbegin(); it != whole.rend(); ++it) {
-            *pos++ = static_cast<wchar_t>(L'0' + *it);
-        }
-        *pos++ = L'.';
-        wchar_t* last = text + length;
-        for (wchar_t digit : m_biFraction.m_vecDigits) {
-            *--last = static_cast<wchar_t>(L'0' + digit);
-        }
-        // Zeros between the point and the fraction's leading digit.
-        while (last > pos) {
-            *--last = L'0';
-        }
-        out.append(text, length);
-        return;
-    }
     const size_t start = out.size();
     out.resize(start + (negative ? 1 : 0) + whole.size() + 1 + static_cast<size_t>(m_lDivider),
                L'0');

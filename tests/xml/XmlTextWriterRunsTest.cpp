@@ -268,3 +268,88 @@ TEST(XmlTextWriterRuns, EndTagsRepeatTheirStartTagsAcrossBufferHandOvers)
     });
     EXPECT_EQ(out, expected + L"</root>");
 }
+
+TEST(XmlTextWriterRuns, EveryLengthWithASpecialAtEveryPositionIsEscaped)
+{
+    // Short texts are checked in overlapping blocks: a character to escape
+    // (or one only looked at: the tab, and characters a block narrows) must
+    // be found at every position of every short length, in element text,
+    // attribute values and simple elements alike.
+    const std::wstring specials = L"&<>\"\n\r\t\u7FFF\uFFFD\U0001F600";
+    PageEnd page;
+    ASSERT_TRUE(page.Ok());
+    for (size_t length = 1; length <= 20; ++length) {
+        // Nothing to escape: the copy runs to the text's end and no further.
+        const std::wstring plain(length, L'v');
+        const std::wstring out = Write([&](CXmlTextWriter& w) {
+            w.StartElement(L"r", L"");
+            w.WriteAttribute(L"a", L"", page.Place(plain, 0), ItemType_string);
+            w.WriteElementText(page.Place(plain, 1), ItemType_string, false);
+            w.EndElement();
+        });
+        EXPECT_EQ(out, L"<r a=\"" + plain + L"\">" + plain + L"</r>");
+        for (size_t at = 0; at < length; ++at) {
+            for (const wchar_t special : specials) {
+                std::wstring v(length, L'v');
+                v[at] = special;
+                const std::string where =
+                    "length " + std::to_string(length) + " at " + std::to_string(at);
+                ExpectEscapedBothWays(v, where);
+                const std::wstring out = Write([&](CXmlTextWriter& w) {
+                    w.StartElement(L"r", L"");
+                    w.WriteSimpleElement(L"s", L"", v, ItemType_string, false);
+                    w.EndElement();
+                });
+                EXPECT_EQ(out, L"<r><s>" + Escaped(v, false) + L"</s></r>") << where;
+            }
+        }
+    }
+}
+
+TEST(XmlTextWriterRuns, SimpleElementsWriteWhatTheThreeCallsWriteAroundHandOvers)
+{
+    // Simple elements of every size land on every position around the
+    // points where the writer hands its buffer on; some need escaping (the
+    // end tag then follows a hand-over or not), some are CDATA, empty or
+    // default values. Line ends and indentation of both kinds.
+    for (const EOLType eol : {EOL_LF, EOL_CRLF}) {
+        std::wstring outputs[2];
+        for (const bool simple : {false, true}) {
+            CTextStream stream(XmlEncoding_UTF8);
+            CXmlTextWriter writer(&stream);
+            writer.StartDocument();
+            writer.SetEOLType(eol);
+            writer.SetIndentChars(L"  ");
+            writer.AddNamespace(L"p", L"urn:p");
+            writer.StartElement(L"root", L"urn:p");
+            for (size_t i = 0; i < 900; ++i) {
+                writer.StartElement(L"item", i % 4 == 0 ? L"urn:p" : L"");
+                for (size_t k = 0; k < 2; ++k) {
+                    const std::wstring name = L"e" + std::wstring((i + k) % 23, L'n');
+                    std::wstring text((i * 7 + k) % 41, L't');
+                    if (i % 3 == 0 && !text.empty()) {
+                        text[i % text.size()] = i % 2 ? L'&' : L'\n';
+                    }
+                    if (i % 17 == 0) {
+                        text = L"<![CDATA[a&b]]>";
+                    }
+                    const bool isDefault = i % 13 == 0;
+                    const wchar_t* uri = (i + k) % 5 == 0 ? L"urn:p" : L"";
+                    if (simple) {
+                        writer.WriteSimpleElement(name, uri, text, ItemType_string, isDefault);
+                    } else {
+                        writer.StartElement(name.c_str(), uri);
+                        writer.WriteElementText(text.c_str(), ItemType_string, isDefault);
+                        writer.EndElement();
+                    }
+                }
+                writer.EndElement();
+            }
+            writer.EndElement();
+            writer.EndDocument();
+            outputs[simple ? 1 : 0] = stream.GetText();
+        }
+        EXPECT_GT(outputs[0].size(), 20000u);
+        EXPECT_EQ(outputs[1], outputs[0]) << "EOL type " << eol;
+    }
+}

@@ -436,14 +436,25 @@ void CXmlTextWriter::WriteNamespaceDeclaration(const std::wstring& prefix,
     Put(L'"');
 }
 
-void CXmlTextWriter::CloseParentStartTag()
+inline void CXmlTextWriter::CloseParentStartTag()
 {
     m_pContext->IncrementChildCount();
     if (m_pContext->IsStartTagOpen()) {
         m_pContext->SetStartTagOpen(false);
-        Put(L'>');
-        if (m_bFormatting) {
-            Put(m_strEOLChars);
+        if (m_cchPending + 3 <= kPendingCapacity) {
+            // The line end as two characters, kept as long as it is (see
+            // WriteSimpleElement).
+            wchar_t* const o = m_pending + m_cchPending;
+            const wchar_t* const eol = m_strEOLChars.c_str();
+            o[0] = L'>';
+            o[1] = eol[0];
+            o[2] = eol[1];
+            m_cchPending += 1 + (m_bFormatting ? m_strEOLChars.size() : 0);
+        } else {
+            Put(L'>');
+            if (m_bFormatting) {
+                Put(m_strEOLChars);
+            }
         }
     }
 }
@@ -557,21 +568,39 @@ void CXmlTextWriter::StartElement(const wchar_t* localName, const wchar_t* names
     element.scopeChanges = context->GetScopeChanges();
     const std::wstring& elementPrefix = element.prefix;
 
-    if (m_bFormatting) {
-        WriteIndent(context->GetDepth());
+    const size_t prefixLength = elementPrefix.size();
+    const size_t tagLength = prefixLength + (prefixLength != 0 ? 1 : 0) + nameLength;
+    const size_t indentLength =
+        m_bFormatting ? static_cast<size_t>(context->GetDepth()) * m_strIndentChars.size() : 0;
+    if (m_cchPending + indentLength + 1 + tagLength <= kPendingCapacity &&
+        indentLength <= m_strIndentRun.size()) {
+        // The indentation and "<prefix:name" fit: written straight into the
+        // buffer (as in WriteSimpleElement).
+        wchar_t* o = m_pending + m_cchPending;
+        CopyShort(o, m_strIndentRun.data(), indentLength);
+        o += indentLength;
+        *o++ = L'<';
+        element.tagOffset = static_cast<size_t>(o - m_pending);
+        element.tagLength = tagLength;
+        element.tagDrains = m_ullDrains;
+        CopyShort(o, elementPrefix.data(), prefixLength);
+        o[prefixLength] = L':';
+        o += tagLength - nameLength;
+        CopyShort(o, name, nameLength);
+        m_cchPending = static_cast<size_t>(o + nameLength - m_pending);
+    } else {
+        if (m_bFormatting) {
+            WriteIndent(context->GetDepth());
+        }
+        Put(L'<');
+        const size_t tagOffset = m_cchPending;
+        const uint64_t drains = m_ullDrains;
+        PutQualifiedName(elementPrefix, context->GetLocalName());
+        // The end tag copies these characters while they are still buffered.
+        element.tagOffset = tagOffset;
+        element.tagLength = tagLength;
+        element.tagDrains = m_ullDrains == drains ? drains : ~uint64_t{0};
     }
-    Put(L'<');
-    const size_t tagOffset = m_cchPending;
-    const uint64_t drains = m_ullDrains;
-    if (!elementPrefix.empty()) {
-        Put(elementPrefix);
-        Put(L':');
-    }
-    Put(name, nameLength);
-    // The end tag copies these characters while they are still buffered.
-    element.tagOffset = tagOffset;
-    element.tagLength = m_cchPending - tagOffset;
-    element.tagDrains = m_ullDrains == drains ? drains : ~uint64_t{0};
     if (declare) {
         Put(L' ');
         WriteNamespaceDeclaration(*declare, uri);
@@ -625,21 +654,55 @@ void CXmlTextWriter::WriteElementText(const wchar_t* text, ItemType /*itemType*/
 
 void CXmlTextWriter::EndElement()
 {
-    if (m_pContext == nullptr) {
+    CXmlWriterContext* const context = m_pContext;
+    if (context == nullptr) {
         throw CVxInvalidStateException(kMsgNoElementOpen);
     }
-    if (m_pContext->IsStartTagOpen()) {
-        Put(L"/>", 2);
-    } else {
-        if (m_bFormatting && m_pContext->GetChildCount() > 0) {
-            WriteIndent(m_pContext->GetDepth());
+    // Line ends are stored two characters at a time (see WriteSimpleElement).
+    const wchar_t* const eol = m_strEOLChars.c_str();
+    const size_t eolLength = m_bFormatting ? m_strEOLChars.size() : 0;
+    if (context->IsStartTagOpen()) {
+        if (m_cchPending + 4 <= kPendingCapacity) {
+            wchar_t* const o = m_pending + m_cchPending;
+            o[0] = L'/';
+            o[1] = L'>';
+            o[2] = eol[0];
+            o[3] = eol[1];
+            m_cchPending += 2 + eolLength;
+        } else {
+            Put(L"/>", 2);
+            Put(eol, eolLength);
         }
-        const OpenElement& element = m_openElements[static_cast<size_t>(m_pContext->GetDepth())];
-        PutEndTag(element.tagOffset, element.tagLength, element.tagDrains, element.prefix,
-                  m_pContext->GetLocalName());
-    }
-    if (m_bFormatting) {
-        Put(m_strEOLChars);
+    } else {
+        // Text-only elements get their end tag right after the text.
+        const int32_t depth = context->GetDepth();
+        const size_t indentLength = m_bFormatting && context->GetChildCount() > 0
+                                        ? static_cast<size_t>(depth) * m_strIndentChars.size()
+                                        : 0;
+        const OpenElement& element = m_openElements[static_cast<size_t>(depth)];
+        if (element.tagDrains == m_ullDrains &&
+            m_cchPending + indentLength + element.tagLength + 5 <= kPendingCapacity &&
+            indentLength <= m_strIndentRun.size()) {
+            // "prefix:name" of the start tag is still in the buffer.
+            wchar_t* o = m_pending + m_cchPending;
+            CopyShort(o, m_strIndentRun.data(), indentLength);
+            o += indentLength;
+            o[0] = L'<';
+            o[1] = L'/';
+            CopyShort(o + 2, m_pending + element.tagOffset, element.tagLength);
+            o += 2 + element.tagLength;
+            o[0] = L'>';
+            o[1] = eol[0];
+            o[2] = eol[1];
+            m_cchPending = static_cast<size_t>(o + 1 + eolLength - m_pending);
+        } else {
+            if (indentLength != 0) {
+                WriteIndent(depth);
+            }
+            PutEndTag(element.tagOffset, element.tagLength, element.tagDrains, element.prefix,
+                      context->GetLocalName());
+            Put(eol, eolLength);
+        }
     }
     EndConstruct();
     PopContext();
@@ -654,23 +717,58 @@ void CXmlTextWriter::WriteAttribute(const wchar_t* localName, const wchar_t* nam
     if (!m_pContext->IsStartTagOpen()) {
         throw CVxException(kMsgAttributesFirst);
     }
-    Put(L' ');
+    const std::wstring* prefix = &g_strNoPrefix;
     if (!IsEmpty(namespaceUri)) {
         m_strScratchUri.assign(namespaceUri);
-        const std::wstring* prefix = m_pContext->FindPrefix(m_strScratchUri);
+        prefix = m_pContext->FindPrefix(m_strScratchUri);
         if (prefix == nullptr || prefix->empty()) {
+            // Declared on the spot, before the attribute.
             m_pContext->AddNamespace(GeneratePrefix(), m_strScratchUri);
             prefix = m_pContext->FindPrefix(m_strScratchUri);
-            WriteNamespaceDeclaration(*prefix, m_strScratchUri);
             Put(L' ');
+            WriteNamespaceDeclaration(*prefix, m_strScratchUri);
         }
-        Put(*prefix);
-        Put(L':');
     }
-    PutText(localName);
-    Put(L"=\"", 2);
-    WriteEscaped(OrEmpty(value), true);
-    Put(L'"');
+    const wchar_t* const name = OrEmpty(localName);
+    const size_t nameLength = TextLength(name);
+    const wchar_t* const text = OrEmpty(value);
+    const size_t textLength = TextLength(text);
+    const size_t prefixLength = prefix->size();
+    const size_t tagLength = prefixLength + (prefixLength != 0 ? 1 : 0) + nameLength;
+    if (m_cchPending + tagLength + textLength + 4 <= kPendingCapacity) {
+        // ' prefix:name="value"' fits: written straight into the buffer, the
+        // value copied in one pass unless something in it needs escaping.
+        wchar_t* o = m_pending + m_cchPending;
+        *o++ = L' ';
+        CopyShort(o, prefix->data(), prefixLength);
+        o[prefixLength] = L':';
+        o += tagLength - nameLength;
+        CopyShort(o, name, nameLength);
+        o += nameLength;
+        o[0] = L'=';
+        o[1] = L'"';
+        o += 2;
+        const size_t done = CopyPlain<kAttribute>(o, text, textLength);
+        o += done;
+        if (done == textLength) {
+            *o++ = L'"';
+            m_cchPending = static_cast<size_t>(o - m_pending);
+        } else {
+            m_cchPending = static_cast<size_t>(o - m_pending);
+            WriteEscaped(text + done, textLength - done, true);
+            Put(L'"');
+        }
+    } else {
+        Put(L' ');
+        if (prefixLength != 0) {
+            Put(*prefix);
+            Put(L':');
+        }
+        Put(name, nameLength);
+        Put(L"=\"", 2);
+        WriteEscaped(text, textLength, true);
+        Put(L'"');
+    }
     EndConstruct();
 }
 

@@ -353,3 +353,31 @@ TEST(XmlTextWriterRuns, SimpleElementsWriteWhatTheThreeCallsWriteAroundHandOvers
         EXPECT_EQ(outputs[1], outputs[0]) << "EOL type " << eol;
     }
 }
+
+TEST(XmlTextWriterRuns, AttributesAroundHandOversAreWrittenWhole)
+{
+    // Attributes of every size, some in a namespace, some with a character
+    // to escape somewhere, land on every position around the points where
+    // the writer hands its buffer on.
+    std::wstring expected = L"<root xmlns:p=\"urn:p\"><e";
+    const std::wstring out = Write([&](CXmlTextWriter& w) {
+        w.AddNamespace(L"p", L"urn:p");
+        w.StartElement(L"root", L"");
+        w.StartElement(L"e", L"");
+        for (size_t i = 0; i < 700; ++i) {
+            const std::wstring name = L"a" + std::to_wstring(i) + std::wstring(i % 19, L'n');
+            std::wstring value((i * 5) % 47, L'v');
+            if (i % 3 == 0 && !value.empty()) {
+                value[(i * 7) % value.size()] = L"&\"<\n\t"[i % 5];
+            }
+            const bool prefixed = i % 4 == 0;
+            w.WriteAttribute(name.c_str(), prefixed ? L"urn:p" : L"", value.c_str(),
+                             ItemType_string);
+            expected +=
+                L" " + (prefixed ? L"p:" + name : name) + L"=\"" + Escaped(value, true) + L"\"";
+        }
+        w.EndElement();
+        w.EndElement();
+    });
+    EXPECT_EQ(out, expected + L"/></root>");
+}

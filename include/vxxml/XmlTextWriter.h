@@ -171,7 +171,13 @@ private:
     // The prefix an element in namespaceUri takes as a child of parent when
     // writing it needs no namespace declaration; null when it needs one.
     VXXML_WRITER_INTERNAL const std::wstring* PrefixInScope(const CXmlWriterContext& parent,
-                                                            const std::wstring& namespaceUri) const;
+                                                            const std::wstring& namespaceUri);
+    // The prefix bound to the URI in the context's scope, or null, as
+    // FindPrefix answers; the last answers are kept for scopes that have not
+    // changed since. uriString, when given, holds the same URI.
+    VXXML_WRITER_INTERNAL const std::wstring* FindPrefixCached(const CXmlWriterContext& context,
+                                                               const wchar_t* uri, size_t length,
+                                                               const std::wstring* uriString);
     VXXML_WRITER_INTERNAL void PutQualifiedName(const std::wstring& prefix,
                                                 const std::wstring& localName);
     // "</prefix:name>": copied from the start tag when that still lies in
@@ -222,6 +228,19 @@ private:
     bool m_bWriteDefaultElementValues = false;
     EOLType m_EOLType = EOL_LF;
     std::vector<OpenElement> m_openElements;
+    // Prefixes found for a URI in a scope: valid while that scope is
+    // unchanged (its owner and change count identify it; a context is never
+    // freed while the writer lives, and any change counts). Documents mix a
+    // few namespaces, so two entries serve most lookups.
+    struct PrefixLookup
+    {
+        const CXmlWriterContext* scopeOwner = nullptr;
+        uint32_t scopeChanges = 0;
+        std::wstring uri;
+        const std::wstring* prefix = nullptr;
+    };
+    PrefixLookup m_prefixLookups[2];
+    unsigned m_nextPrefixLookup = 0;
     // Reused for every attribute, so the hot path does not allocate once its
     // capacity suffices.
     std::wstring m_strScratchUri;

@@ -552,7 +552,7 @@ void CXmlTextWriter::StartElement(const wchar_t* localName, const wchar_t* names
             element.prefix = parentElement->prefix;
         }
     } else if (!uri.empty() && uri != context->GetDefaultNamespace()) {
-        const std::wstring* prefix = context->FindPrefix(uri);
+        const std::wstring* prefix = FindPrefixCached(*context, uri.data(), uri.size(), &uri);
         // An empty prefix cannot name a namespace other than the default
         // one, so it is treated as no prefix at all.
         if (prefix == nullptr || prefix->empty()) {
@@ -719,10 +719,10 @@ void CXmlTextWriter::WriteAttribute(const wchar_t* localName, const wchar_t* nam
     }
     const std::wstring* prefix = &g_strNoPrefix;
     if (!IsEmpty(namespaceUri)) {
-        m_strScratchUri.assign(namespaceUri);
-        prefix = m_pContext->FindPrefix(m_strScratchUri);
+        prefix = FindPrefixCached(*m_pContext, namespaceUri, TextLength(namespaceUri), nullptr);
         if (prefix == nullptr || prefix->empty()) {
             // Declared on the spot, before the attribute.
+            m_strScratchUri.assign(namespaceUri);
             m_pContext->AddNamespace(GeneratePrefix(), m_strScratchUri);
             prefix = m_pContext->FindPrefix(m_strScratchUri);
             Put(L' ');
@@ -772,8 +772,36 @@ void CXmlTextWriter::WriteAttribute(const wchar_t* localName, const wchar_t* nam
     EndConstruct();
 }
 
+const std::wstring* CXmlTextWriter::FindPrefixCached(const CXmlWriterContext& context,
+                                                     const wchar_t* uri, size_t length,
+                                                     const std::wstring* uriString)
+{
+    const CXmlWriterContext* const owner = context.GetScopeOwner();
+    const uint32_t changes = context.GetScopeChanges();
+    for (const PrefixLookup& lookup : m_prefixLookups) {
+        if (lookup.scopeOwner == owner && lookup.scopeChanges == changes &&
+            lookup.uri.size() == length && std::wmemcmp(lookup.uri.data(), uri, length) == 0) {
+            return lookup.prefix;
+        }
+    }
+    if (uriString == nullptr) {
+        m_strScratchUri.assign(uri, length);
+        uriString = &m_strScratchUri;
+    }
+    const std::wstring* prefix = context.FindPrefix(*uriString);
+    if (prefix != nullptr && !prefix->empty()) {
+        PrefixLookup& lookup = m_prefixLookups[m_nextPrefixLookup];
+        m_nextPrefixLookup ^= 1;
+        lookup.scopeOwner = owner;
+        lookup.scopeChanges = changes;
+        lookup.uri.assign(uri, length);
+        lookup.prefix = prefix;
+    }
+    return prefix;
+}
+
 inline const std::wstring* CXmlTextWriter::PrefixInScope(const CXmlWriterContext& parent,
-                                                         const std::wstring& namespaceUri) const
+                                                         const std::wstring& namespaceUri)
 {
     const std::wstring& noPrefix = g_strNoPrefix;
     if (namespaceUri.empty()) {
@@ -791,7 +819,8 @@ inline const std::wstring* CXmlTextWriter::PrefixInScope(const CXmlWriterContext
     if (namespaceUri == parent.GetDefaultNamespace()) {
         return &noPrefix;
     }
-    const std::wstring* prefix = parent.FindPrefix(namespaceUri);
+    const std::wstring* prefix =
+        FindPrefixCached(parent, namespaceUri.data(), namespaceUri.size(), &namespaceUri);
     return prefix != nullptr && !prefix->empty() ? prefix : nullptr;
 }
 

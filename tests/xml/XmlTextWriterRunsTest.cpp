@@ -381,3 +381,43 @@ TEST(XmlTextWriterRuns, AttributesAroundHandOversAreWrittenWhole)
     });
     EXPECT_EQ(out, expected + L"/></root>");
 }
+
+TEST(XmlTextWriterRuns, PrefixesFoundBeforeAreNotReusedOnceTheScopeChanged)
+{
+    // The writer keeps the prefixes it found for the last namespaces; a
+    // rebinding, or a closed element whose context is reused for a sibling
+    // with another scope, must make it look again.
+    const std::wstring out = Write([](CXmlTextWriter& w) {
+        w.AddNamespace(L"p", L"urn:x");
+        w.StartElement(L"root", L"");
+        w.StartElement(L"a", L"urn:x");
+        w.WriteAttribute(L"t", L"urn:x", L"1", ItemType_string);
+        w.EndElement();
+        w.StartElement(L"b", L"");
+        w.AddNamespace(L"q", L"urn:x");
+        w.WriteAttribute(L"t", L"urn:x", L"2", ItemType_string);
+        w.StartElement(L"c", L"urn:x");
+        w.WriteAttribute(L"t", L"urn:x", L"3", ItemType_string);
+        w.EndElement();
+        w.EndElement();
+        w.StartElement(L"d", L""); // in b's place, without b's binding
+        w.WriteAttribute(L"t", L"urn:x", L"4", ItemType_string);
+        for (const wchar_t* rebind : {L"r", L"", L"s"}) {
+            if (*rebind == L's') {
+                w.AddNamespace(L"z", L"urn:z"); // d's own scope from here on
+            }
+            w.StartElement(L"e", L""); // the same context each time
+            if (*rebind) {
+                w.AddNamespace(rebind, L"urn:x");
+            }
+            w.WriteAttribute(L"t", L"urn:x", L"5", ItemType_string);
+            w.WriteSimpleElement(L"f", L"urn:x", L"6", ItemType_string, false);
+            w.EndElement();
+        }
+        w.EndElement();
+        w.EndElement();
+    });
+    EXPECT_EQ(out, L"<root xmlns:p=\"urn:x\"><p:a p:t=\"1\"/><b q:t=\"2\"><q:c q:t=\"3\"/></b>"
+                   L"<d p:t=\"4\"><e r:t=\"5\"><r:f>6</r:f></e><e p:t=\"5\"><p:f>6</p:f></e>"
+                   L"<e s:t=\"5\"><s:f>6</s:f></e></d></root>");
+}

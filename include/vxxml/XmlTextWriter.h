@@ -102,15 +102,22 @@ private:
             PutLong(text, length);
         }
     }
-    // Names, prefixes and line ends are a few characters long. Up to eight
-    // characters are copied as two overlapping blocks that together cover
-    // exactly the text (no call, no loop); longer texts go to memcpy, as
-    // would a loop, which the compiler vectorizes with more set-up than
+    // Names, prefixes and line ends are a few characters long. Up to
+    // sixteen characters are copied as two overlapping blocks that together
+    // cover exactly the text (no call, no loop); longer texts go to memcpy,
+    // as would a loop, which the compiler vectorizes with more set-up than
     // these short texts take to copy.
     static void CopyShort(wchar_t* out, const wchar_t* text, size_t length)
     {
         static_assert(sizeof(wchar_t) == 4, "four-byte characters");
-        if (length >= 4 && length <= 8) {
+        if (length > 8 && length <= 16) {
+            unsigned char head[32];
+            unsigned char tail[32];
+            std::memcpy(head, text, 32);
+            std::memcpy(tail, text + length - 8, 32);
+            std::memcpy(out, head, 32);
+            std::memcpy(out + length - 8, tail, 32);
+        } else if (length >= 4 && length <= 8) {
             unsigned char head[16];
             unsigned char tail[16];
             std::memcpy(head, text, 16);
@@ -140,6 +147,11 @@ private:
     // where it stopped.
     template <int Mode>
     VXXML_WRITER_INTERNAL const wchar_t* PutRun(const wchar_t* text, const wchar_t* end);
+    // Copies the first length characters of text to out, stopping at the
+    // first character the escaping mode has to look at; returns how many
+    // it copied. out has room for length characters.
+    template <int Mode>
+    VXXML_WRITER_INTERNAL static size_t CopyPlain(wchar_t* out, const wchar_t* text, size_t length);
     VXXML_WRITER_INTERNAL void Drain();
     // Ends every writing operation: flushes the stream once it holds 4096
     // characters or more, handing it the buffered text first when only the
@@ -159,9 +171,25 @@ private:
     // The prefix an element in namespaceUri takes as a child of parent when
     // writing it needs no namespace declaration; null when it needs one.
     VXXML_WRITER_INTERNAL const std::wstring* PrefixInScope(const CXmlWriterContext& parent,
-                                                            const std::wstring& namespaceUri) const;
+                                                            const std::wstring& namespaceUri);
+    // The prefix bound to the URI in the context's scope, or null, as
+    // FindPrefix answers; the last answers are kept for scopes that have not
+    // changed since. uriString, when given, holds the same URI.
+    VXXML_WRITER_INTERNAL const std::wstring* FindPrefixCached(const CXmlWriterContext& context,
+                                                               const wchar_t* uri, size_t length,
+                                                               const std::wstring* uriString);
     VXXML_WRITER_INTERNAL void PutQualifiedName(const std::wstring& prefix,
                                                 const std::wstring& localName);
+    // "</prefix:name>": copied from the start tag when that still lies in
+    // the buffer at tagOffset (no hand-over since drains), else put anew.
+    VXXML_WRITER_INTERNAL void PutEndTag(size_t tagOffset, size_t tagLength, uint64_t drains,
+                                         const std::wstring& prefix, const std::wstring& localName);
+    // WriteSimpleElement one piece at a time, for an element that may not
+    // fit into the buffer as a whole.
+    VXXML_WRITER_INTERNAL void WriteSimpleElementPiecewise(CXmlWriterContext& parent,
+                                                           const std::wstring& prefix,
+                                                           const std::wstring& localName,
+                                                           const std::wstring& text, bool empty);
     VXXML_WRITER_INTERNAL void WriteIndent(int32_t depth);
     VXXML_WRITER_INTERNAL void CloseParentStartTag();
     VXXML_WRITER_INTERNAL void WriteNamespaceDeclaration(const std::wstring& prefix,
@@ -200,6 +228,19 @@ private:
     bool m_bWriteDefaultElementValues = false;
     EOLType m_EOLType = EOL_LF;
     std::vector<OpenElement> m_openElements;
+    // Prefixes found for a URI in a scope: valid while that scope is
+    // unchanged (its owner and change count identify it; a context is never
+    // freed while the writer lives, and any change counts). Documents mix a
+    // few namespaces, so two entries serve most lookups.
+    struct PrefixLookup
+    {
+        const CXmlWriterContext* scopeOwner = nullptr;
+        uint32_t scopeChanges = 0;
+        std::wstring uri;
+        const std::wstring* prefix = nullptr;
+    };
+    PrefixLookup m_prefixLookups[2];
+    unsigned m_nextPrefixLookup = 0;
     // Reused for every attribute, so the hot path does not allocate once its
     // capacity suffices.
     std::wstring m_strScratchUri;

@@ -87,6 +87,15 @@ inline bool FourAscii(__m128i v)
 {
     return _mm_movemask_epi8(_mm_cmpeq_epi32(_mm_srli_epi32(v, 7), _mm_setzero_si128())) == 0xFFFF;
 }
+
+// The same for eight characters narrowed to 16 bits with signed saturation:
+// one above 0x7FFF becomes 0x7FFF and a "negative" one stays negative, so
+// every character above 0x7F keeps a bit at or above bit 7.
+inline bool EightAscii(__m128i words)
+{
+    return _mm_movemask_epi8(_mm_cmpeq_epi16(_mm_srli_epi16(words, 7), _mm_setzero_si128())) ==
+           0xFFFF;
+}
 #endif
 
 } // namespace
@@ -106,11 +115,13 @@ size_t detail::EncodeUtf8(const wchar_t* text, size_t count, unsigned char*& out
             const __m128i b = _mm_loadu_si128(reinterpret_cast<const __m128i*>(text + i + 4));
             const __m128i c = _mm_loadu_si128(reinterpret_cast<const __m128i*>(text + i + 8));
             const __m128i d = _mm_loadu_si128(reinterpret_cast<const __m128i*>(text + i + 12));
-            if (!FourAscii(_mm_or_si128(_mm_or_si128(a, b), _mm_or_si128(c, d)))) {
+            // Narrowed first and tested after: the narrowing is needed anyway.
+            const __m128i low = _mm_packs_epi32(a, b);
+            const __m128i high = _mm_packs_epi32(c, d);
+            if (!EightAscii(_mm_or_si128(low, high))) {
                 break;
             }
-            _mm_storeu_si128(reinterpret_cast<__m128i*>(o),
-                             _mm_packus_epi16(_mm_packs_epi32(a, b), _mm_packs_epi32(c, d)));
+            _mm_storeu_si128(reinterpret_cast<__m128i*>(o), _mm_packus_epi16(low, high));
             i += 16;
             o += 16;
         }

@@ -79,6 +79,9 @@ inline const wchar_t* OrEmpty(const wchar_t* text)
     return text ? text : L"";
 }
 
+// The prefix of an element in no namespace or in the default one.
+const std::wstring g_strNoPrefix;
+
 } // namespace
 
 CXmlTextWriter::CXmlTextWriter(CTextStream* stream)
@@ -218,6 +221,25 @@ template <int Mode> inline int StopMask(__m128i v)
     }
     return _mm_movemask_epi8(_mm_or_si128(_mm_or_si128(control, angle), amp));
 }
+
+// The same for the eight characters of a and b, two mask bits each. They are
+// narrowed to 16 bits first, so that one comparison covers eight: the
+// narrowing saturates, a character above 0x7FFF becomes 0x7FFF, which no
+// test flags, and a negative value (no character at all) becomes negative
+// and is flagged as a control character, to be looked at one by one.
+template <int Mode> inline int StopMask8(__m128i a, __m128i b)
+{
+    const __m128i v = _mm_packs_epi32(a, b);
+    const __m128i control = _mm_cmplt_epi16(v, _mm_set1_epi16(0x20));
+    const __m128i angle = _mm_cmpeq_epi16(_mm_or_si128(v, _mm_set1_epi16(2)), _mm_set1_epi16('>'));
+    __m128i amp;
+    if constexpr (Mode == kAttribute) {
+        amp = _mm_cmpeq_epi16(_mm_or_si128(v, _mm_set1_epi16(4)), _mm_set1_epi16('&'));
+    } else {
+        amp = _mm_cmpeq_epi16(v, _mm_set1_epi16('&'));
+    }
+    return _mm_movemask_epi8(_mm_or_si128(_mm_or_si128(control, angle), amp));
+}
 #endif
 
 template <int Mode> inline bool IsStop(wchar_t c)
@@ -277,6 +299,59 @@ template <int Mode> const wchar_t* CXmlTextWriter::PutRun(const wchar_t* p, cons
     }
 }
 
+// The texts of most elements and attributes are short: eight characters
+// are copied and checked per step, and the last step overlaps the one
+// before instead of finishing one character at a time.
+template <int Mode>
+inline size_t CXmlTextWriter::CopyPlain(wchar_t* out, const wchar_t* text, size_t length)
+{
+#if defined(__SSE2__)
+    const auto load = [](const wchar_t* from) {
+        return _mm_loadu_si128(reinterpret_cast<const __m128i*>(from));
+    };
+    const auto store = [](wchar_t* to, __m128i v) {
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(to), v);
+    };
+    if (length >= 8) {
+        size_t i = 0;
+        for (;;) {
+            const __m128i a = load(text + i);
+            const __m128i b = load(text + i + 4);
+            store(out + i, a);
+            store(out + i + 4, b);
+            // Characters of an overlapping step passed the step before, so
+            // the first flag is always a new one.
+            if (const int mask = StopMask8<Mode>(a, b)) {
+                return i + static_cast<size_t>(__builtin_ctz(static_cast<unsigned>(mask)) / 2);
+            }
+            if (length - i <= 8) {
+                return length;
+            }
+            i = length - i >= 16 ? i + 8 : length - 8;
+        }
+    }
+    if (length >= 4) {
+        // The first four and the last four, overlapping below eight.
+        const __m128i a = load(text);
+        const __m128i b = load(text + length - 4);
+        store(out, a);
+        store(out + length - 4, b);
+        if (const int mask = StopMask8<Mode>(a, b)) {
+            const auto k = static_cast<size_t>(__builtin_ctz(static_cast<unsigned>(mask)) / 2);
+            return k < 4 ? k : length - 8 + k;
+        }
+        return length;
+    }
+#endif
+    for (size_t i = 0; i < length; ++i) {
+        if (IsStop<Mode>(text[i])) {
+            return i;
+        }
+        out[i] = text[i];
+    }
+    return length;
+}
+
 void CXmlTextWriter::WriteEscaped(const wchar_t* text, bool attributeMode)
 {
     WriteEscaped(text, TextLength(text), attributeMode);
@@ -289,13 +364,29 @@ void CXmlTextWriter::WriteEscaped(const wchar_t* text, size_t length, bool attri
     const wchar_t* p = text;
     const wchar_t* const end = text + length;
     for (;;) {
-        p = attributeMode ? PutRun<kAttribute>(p, end) : PutRun<kText>(p, end);
+        const auto rest = static_cast<size_t>(end - p);
+        if (m_cchPending + rest <= kPendingCapacity) {
+            // The rest fits: one pass copies it up to the next character to
+            // look at (usually to its end), with no check of the room left.
+            wchar_t* const out = m_pending + m_cchPending;
+            const size_t done = attributeMode ? CopyPlain<kAttribute>(out, p, rest)
+                                              : CopyPlain<kText>(out, p, rest);
+            m_cchPending += done;
+            p += done;
+        } else {
+            p = attributeMode ? PutRun<kAttribute>(p, end) : PutRun<kText>(p, end);
+        }
         if (p == end || *p == L'\0') {
             break;
         }
         const auto c = static_cast<uint32_t>(*p);
         ++p;
-        switch (table[c]) {
+        // The copy may stop at a character that needs nothing (a tab in
+        // element text, say): it is kept as it is.
+        switch (c < 0x40 ? table[c] : static_cast<unsigned char>(Keep)) {
+        case Keep:
+            Put(static_cast<wchar_t>(c));
+            break;
         case Amp:
             Put(L"&amp;", 5);
             break;
@@ -345,14 +436,25 @@ void CXmlTextWriter::WriteNamespaceDeclaration(const std::wstring& prefix,
     Put(L'"');
 }
 
-void CXmlTextWriter::CloseParentStartTag()
+inline void CXmlTextWriter::CloseParentStartTag()
 {
     m_pContext->IncrementChildCount();
     if (m_pContext->IsStartTagOpen()) {
         m_pContext->SetStartTagOpen(false);
-        Put(L'>');
-        if (m_bFormatting) {
-            Put(m_strEOLChars);
+        if (m_cchPending + 3 <= kPendingCapacity) {
+            // The line end as two characters, kept as long as it is (see
+            // WriteSimpleElement).
+            wchar_t* const o = m_pending + m_cchPending;
+            const wchar_t* const eol = m_strEOLChars.c_str();
+            o[0] = L'>';
+            o[1] = eol[0];
+            o[2] = eol[1];
+            m_cchPending += 1 + (m_bFormatting ? m_strEOLChars.size() : 0);
+        } else {
+            Put(L'>');
+            if (m_bFormatting) {
+                Put(m_strEOLChars);
+            }
         }
     }
 }
@@ -450,7 +552,7 @@ void CXmlTextWriter::StartElement(const wchar_t* localName, const wchar_t* names
             element.prefix = parentElement->prefix;
         }
     } else if (!uri.empty() && uri != context->GetDefaultNamespace()) {
-        const std::wstring* prefix = context->FindPrefix(uri);
+        const std::wstring* prefix = FindPrefixCached(*context, uri.data(), uri.size(), &uri);
         // An empty prefix cannot name a namespace other than the default
         // one, so it is treated as no prefix at all.
         if (prefix == nullptr || prefix->empty()) {
@@ -466,21 +568,39 @@ void CXmlTextWriter::StartElement(const wchar_t* localName, const wchar_t* names
     element.scopeChanges = context->GetScopeChanges();
     const std::wstring& elementPrefix = element.prefix;
 
-    if (m_bFormatting) {
-        WriteIndent(context->GetDepth());
+    const size_t prefixLength = elementPrefix.size();
+    const size_t tagLength = prefixLength + (prefixLength != 0 ? 1 : 0) + nameLength;
+    const size_t indentLength =
+        m_bFormatting ? static_cast<size_t>(context->GetDepth()) * m_strIndentChars.size() : 0;
+    if (m_cchPending + indentLength + 1 + tagLength <= kPendingCapacity &&
+        indentLength <= m_strIndentRun.size()) {
+        // The indentation and "<prefix:name" fit: written straight into the
+        // buffer (as in WriteSimpleElement).
+        wchar_t* o = m_pending + m_cchPending;
+        CopyShort(o, m_strIndentRun.data(), indentLength);
+        o += indentLength;
+        *o++ = L'<';
+        element.tagOffset = static_cast<size_t>(o - m_pending);
+        element.tagLength = tagLength;
+        element.tagDrains = m_ullDrains;
+        CopyShort(o, elementPrefix.data(), prefixLength);
+        o[prefixLength] = L':';
+        o += tagLength - nameLength;
+        CopyShort(o, name, nameLength);
+        m_cchPending = static_cast<size_t>(o + nameLength - m_pending);
+    } else {
+        if (m_bFormatting) {
+            WriteIndent(context->GetDepth());
+        }
+        Put(L'<');
+        const size_t tagOffset = m_cchPending;
+        const uint64_t drains = m_ullDrains;
+        PutQualifiedName(elementPrefix, context->GetLocalName());
+        // The end tag copies these characters while they are still buffered.
+        element.tagOffset = tagOffset;
+        element.tagLength = tagLength;
+        element.tagDrains = m_ullDrains == drains ? drains : ~uint64_t{0};
     }
-    Put(L'<');
-    const size_t tagOffset = m_cchPending;
-    const uint64_t drains = m_ullDrains;
-    if (!elementPrefix.empty()) {
-        Put(elementPrefix);
-        Put(L':');
-    }
-    Put(name, nameLength);
-    // The end tag copies these characters while they are still buffered.
-    element.tagOffset = tagOffset;
-    element.tagLength = m_cchPending - tagOffset;
-    element.tagDrains = m_ullDrains == drains ? drains : ~uint64_t{0};
     if (declare) {
         Put(L' ');
         WriteNamespaceDeclaration(*declare, uri);
@@ -534,37 +654,55 @@ void CXmlTextWriter::WriteElementText(const wchar_t* text, ItemType /*itemType*/
 
 void CXmlTextWriter::EndElement()
 {
-    if (m_pContext == nullptr) {
+    CXmlWriterContext* const context = m_pContext;
+    if (context == nullptr) {
         throw CVxInvalidStateException(kMsgNoElementOpen);
     }
-    if (m_pContext->IsStartTagOpen()) {
-        Put(L"/>", 2);
-    } else {
-        if (m_bFormatting && m_pContext->GetChildCount() > 0) {
-            WriteIndent(m_pContext->GetDepth());
-        }
-        const OpenElement& element = m_openElements[static_cast<size_t>(m_pContext->GetDepth())];
-        if (element.tagDrains == m_ullDrains &&
-            m_cchPending + element.tagLength + 3 <= kPendingCapacity) {
-            // "prefix:name" of the start tag is still in the buffer.
-            wchar_t* out = m_pending + m_cchPending;
-            out[0] = L'<';
-            out[1] = L'/';
-            CopyShort(out + 2, m_pending + element.tagOffset, element.tagLength);
-            out[2 + element.tagLength] = L'>';
-            m_cchPending += element.tagLength + 3;
+    // Line ends are stored two characters at a time (see WriteSimpleElement).
+    const wchar_t* const eol = m_strEOLChars.c_str();
+    const size_t eolLength = m_bFormatting ? m_strEOLChars.size() : 0;
+    if (context->IsStartTagOpen()) {
+        if (m_cchPending + 4 <= kPendingCapacity) {
+            wchar_t* const o = m_pending + m_cchPending;
+            o[0] = L'/';
+            o[1] = L'>';
+            o[2] = eol[0];
+            o[3] = eol[1];
+            m_cchPending += 2 + eolLength;
         } else {
-            Put(L"</", 2);
-            if (!element.prefix.empty()) {
-                Put(element.prefix);
-                Put(L':');
-            }
-            Put(m_pContext->GetLocalName());
-            Put(L'>');
+            Put(L"/>", 2);
+            Put(eol, eolLength);
         }
-    }
-    if (m_bFormatting) {
-        Put(m_strEOLChars);
+    } else {
+        // Text-only elements get their end tag right after the text.
+        const int32_t depth = context->GetDepth();
+        const size_t indentLength = m_bFormatting && context->GetChildCount() > 0
+                                        ? static_cast<size_t>(depth) * m_strIndentChars.size()
+                                        : 0;
+        const OpenElement& element = m_openElements[static_cast<size_t>(depth)];
+        if (element.tagDrains == m_ullDrains &&
+            m_cchPending + indentLength + element.tagLength + 5 <= kPendingCapacity &&
+            indentLength <= m_strIndentRun.size()) {
+            // "prefix:name" of the start tag is still in the buffer.
+            wchar_t* o = m_pending + m_cchPending;
+            CopyShort(o, m_strIndentRun.data(), indentLength);
+            o += indentLength;
+            o[0] = L'<';
+            o[1] = L'/';
+            CopyShort(o + 2, m_pending + element.tagOffset, element.tagLength);
+            o += 2 + element.tagLength;
+            o[0] = L'>';
+            o[1] = eol[0];
+            o[2] = eol[1];
+            m_cchPending = static_cast<size_t>(o + 1 + eolLength - m_pending);
+        } else {
+            if (indentLength != 0) {
+                WriteIndent(depth);
+            }
+            PutEndTag(element.tagOffset, element.tagLength, element.tagDrains, element.prefix,
+                      context->GetLocalName());
+            Put(eol, eolLength);
+        }
     }
     EndConstruct();
     PopContext();
@@ -579,30 +717,93 @@ void CXmlTextWriter::WriteAttribute(const wchar_t* localName, const wchar_t* nam
     if (!m_pContext->IsStartTagOpen()) {
         throw CVxException(kMsgAttributesFirst);
     }
-    Put(L' ');
+    const std::wstring* prefix = &g_strNoPrefix;
     if (!IsEmpty(namespaceUri)) {
-        m_strScratchUri.assign(namespaceUri);
-        const std::wstring* prefix = m_pContext->FindPrefix(m_strScratchUri);
+        prefix = FindPrefixCached(*m_pContext, namespaceUri, TextLength(namespaceUri), nullptr);
         if (prefix == nullptr || prefix->empty()) {
+            // Declared on the spot, before the attribute.
+            m_strScratchUri.assign(namespaceUri);
             m_pContext->AddNamespace(GeneratePrefix(), m_strScratchUri);
             prefix = m_pContext->FindPrefix(m_strScratchUri);
-            WriteNamespaceDeclaration(*prefix, m_strScratchUri);
             Put(L' ');
+            WriteNamespaceDeclaration(*prefix, m_strScratchUri);
         }
-        Put(*prefix);
-        Put(L':');
     }
-    PutText(localName);
-    Put(L"=\"", 2);
-    WriteEscaped(OrEmpty(value), true);
-    Put(L'"');
+    const wchar_t* const name = OrEmpty(localName);
+    const size_t nameLength = TextLength(name);
+    const wchar_t* const text = OrEmpty(value);
+    const size_t textLength = TextLength(text);
+    const size_t prefixLength = prefix->size();
+    const size_t tagLength = prefixLength + (prefixLength != 0 ? 1 : 0) + nameLength;
+    if (m_cchPending + tagLength + textLength + 4 <= kPendingCapacity) {
+        // ' prefix:name="value"' fits: written straight into the buffer, the
+        // value copied in one pass unless something in it needs escaping.
+        wchar_t* o = m_pending + m_cchPending;
+        *o++ = L' ';
+        CopyShort(o, prefix->data(), prefixLength);
+        o[prefixLength] = L':';
+        o += tagLength - nameLength;
+        CopyShort(o, name, nameLength);
+        o += nameLength;
+        o[0] = L'=';
+        o[1] = L'"';
+        o += 2;
+        const size_t done = CopyPlain<kAttribute>(o, text, textLength);
+        o += done;
+        if (done == textLength) {
+            *o++ = L'"';
+            m_cchPending = static_cast<size_t>(o - m_pending);
+        } else {
+            m_cchPending = static_cast<size_t>(o - m_pending);
+            WriteEscaped(text + done, textLength - done, true);
+            Put(L'"');
+        }
+    } else {
+        Put(L' ');
+        if (prefixLength != 0) {
+            Put(*prefix);
+            Put(L':');
+        }
+        Put(name, nameLength);
+        Put(L"=\"", 2);
+        WriteEscaped(text, textLength, true);
+        Put(L'"');
+    }
     EndConstruct();
 }
 
-const std::wstring* CXmlTextWriter::PrefixInScope(const CXmlWriterContext& parent,
-                                                  const std::wstring& namespaceUri) const
+const std::wstring* CXmlTextWriter::FindPrefixCached(const CXmlWriterContext& context,
+                                                     const wchar_t* uri, size_t length,
+                                                     const std::wstring* uriString)
 {
-    static const std::wstring noPrefix;
+    const CXmlWriterContext* const owner = context.GetScopeOwner();
+    const uint32_t changes = context.GetScopeChanges();
+    for (const PrefixLookup& lookup : m_prefixLookups) {
+        if (lookup.scopeOwner == owner && lookup.scopeChanges == changes &&
+            lookup.uri.size() == length && std::wmemcmp(lookup.uri.data(), uri, length) == 0) {
+            return lookup.prefix;
+        }
+    }
+    if (uriString == nullptr) {
+        m_strScratchUri.assign(uri, length);
+        uriString = &m_strScratchUri;
+    }
+    const std::wstring* prefix = context.FindPrefix(*uriString);
+    if (prefix != nullptr && !prefix->empty()) {
+        PrefixLookup& lookup = m_prefixLookups[m_nextPrefixLookup];
+        m_nextPrefixLookup ^= 1;
+        lookup.scopeOwner = owner;
+        lookup.scopeChanges = changes;
+        lookup.uri.assign(uri, length);
+        lookup.prefix = prefix;
+    }
+    return prefix;
+}
+
+inline const std::wstring* CXmlTextWriter::PrefixInScope(const CXmlWriterContext& parent,
+                                                         const std::wstring& namespaceUri)
+{
+    const std::wstring& noPrefix = g_strNoPrefix;
     if (namespaceUri.empty()) {
         // Inside a default namespace the element would have to undeclare it.
         return parent.GetDefaultNamespace().empty() ? &noPrefix : nullptr;
@@ -618,7 +819,8 @@ const std::wstring* CXmlTextWriter::PrefixInScope(const CXmlWriterContext& paren
     if (namespaceUri == parent.GetDefaultNamespace()) {
         return &noPrefix;
     }
-    const std::wstring* prefix = parent.FindPrefix(namespaceUri);
+    const std::wstring* prefix =
+        FindPrefixCached(parent, namespaceUri.data(), namespaceUri.size(), &namespaceUri);
     return prefix != nullptr && !prefix->empty() ? prefix : nullptr;
 }
 
@@ -629,6 +831,23 @@ void CXmlTextWriter::PutQualifiedName(const std::wstring& prefix, const std::wst
         Put(L':');
     }
     Put(localName);
+}
+
+void CXmlTextWriter::PutEndTag(size_t tagOffset, size_t tagLength, uint64_t drains,
+                               const std::wstring& prefix, const std::wstring& localName)
+{
+    if (drains == m_ullDrains && m_cchPending + tagLength + 3 <= kPendingCapacity) {
+        wchar_t* out = m_pending + m_cchPending;
+        out[0] = L'<';
+        out[1] = L'/';
+        CopyShort(out + 2, m_pending + tagOffset, tagLength);
+        out[2 + tagLength] = L'>';
+        m_cchPending += tagLength + 3;
+    } else {
+        Put(L"</", 2);
+        PutQualifiedName(prefix, localName);
+        Put(L'>');
+    }
 }
 
 void CXmlTextWriter::WriteSimpleElement(const std::wstring& localName,
@@ -643,13 +862,99 @@ void CXmlTextWriter::WriteSimpleElement(const std::wstring& localName,
         CXmlWriter::WriteSimpleElement(localName, namespaceUri, text, itemType, valueIsDefault);
         return;
     }
+    const bool empty =
+        text.empty() || text[0] == L'\0' || (valueIsDefault && !m_bWriteDefaultElementValues);
+    const size_t prefixLength = prefix->size();
+    const size_t tagLength = prefixLength + (prefixLength != 0 ? 1 : 0) + localName.size();
+    const size_t indentLength =
+        m_bFormatting ? static_cast<size_t>(parent->GetDepth() + 1) * m_strIndentChars.size() : 0;
+    // The most the element can take when its text needs no escaping: the
+    // parent's ">" and line end, the indentation, both tags with their
+    // brackets, the text and a line end. Line ends are stored two
+    // characters at a time.
+    const size_t most = 3 + indentLength + 2 * tagLength + 5 + text.size() + 2;
+    if (m_cchPending + most > kPendingCapacity || indentLength > m_strIndentRun.size()) {
+        WriteSimpleElementPiecewise(*parent, *prefix, localName, text, empty);
+        return;
+    }
+    // Everything goes straight into the buffer, whose room was checked once.
+    // A line end is stored as two characters (the second is the string's
+    // terminator for a one-character line end) and the position advances by
+    // its length, zero when not formatting.
+    const wchar_t* const eol = m_strEOLChars.c_str();
+    const size_t eolLength = m_bFormatting ? m_strEOLChars.size() : 0;
+    wchar_t* o = m_pending + m_cchPending;
+    parent->IncrementChildCount();
+    if (parent->IsStartTagOpen()) {
+        parent->SetStartTagOpen(false);
+        o[0] = L'>';
+        o[1] = eol[0];
+        o[2] = eol[1];
+        o += 1 + eolLength;
+    }
+    CopyShort(o, m_strIndentRun.data(), indentLength);
+    o += indentLength;
+    *o++ = L'<';
+    wchar_t* const tag = o;
+    CopyShort(o, prefix->data(), prefixLength);
+    // Without a prefix the colon is overwritten by the name.
+    o[prefixLength] = L':';
+    o += tagLength - localName.size();
+    CopyShort(o, localName.data(), localName.size());
+    o += localName.size();
+    if (empty) {
+        o[0] = L'/';
+        o[1] = L'>';
+        o += 2;
+    } else {
+        *o++ = L'>';
+        const size_t done = CopyPlain<kText>(o, text.data(), text.size());
+        o += done;
+        if (done != text.size()) {
+            // Something to escape, or CDATA: the rest goes the general way.
+            m_cchPending = static_cast<size_t>(o - m_pending);
+            const auto tagOffset = static_cast<size_t>(tag - m_pending);
+            const uint64_t drains = m_ullDrains;
+            if (done == 0 && text[0] == L'<' && text.compare(0, 9, L"<![CDATA[") == 0) {
+                PutText(text.c_str());
+            } else {
+                WriteEscaped(text.data() + done, text.size() - done, false);
+            }
+            PutEndTag(tagOffset, tagLength, drains, *prefix, localName);
+            if (m_bFormatting) {
+                Put(m_strEOLChars);
+            }
+            EndConstruct();
+            return;
+        }
+        o[0] = L'<';
+        o[1] = L'/';
+        CopyShort(o + 2, tag, tagLength);
+        o[2 + tagLength] = L'>';
+        o += 3 + tagLength;
+    }
+    o[0] = eol[0];
+    o[1] = eol[1];
+    o += eolLength;
+    m_cchPending = static_cast<size_t>(o - m_pending);
+    EndConstruct();
+}
+
+void CXmlTextWriter::WriteSimpleElementPiecewise(CXmlWriterContext& parent,
+                                                 const std::wstring& prefix,
+                                                 const std::wstring& localName,
+                                                 const std::wstring& text, bool empty)
+{
     CloseParentStartTag();
     if (m_bFormatting) {
-        WriteIndent(parent->GetDepth() + 1);
+        WriteIndent(parent.GetDepth() + 1);
     }
     Put(L'<');
-    PutQualifiedName(*prefix, localName);
-    if (text.empty() || text[0] == L'\0' || (valueIsDefault && !m_bWriteDefaultElementValues)) {
+    const size_t tagOffset = m_cchPending;
+    const uint64_t drains = m_ullDrains;
+    PutQualifiedName(prefix, localName);
+    const size_t tagLength = m_cchPending - tagOffset;
+    if (empty) {
         Put(L"/>", 2);
     } else {
         Put(L'>');
@@ -658,9 +963,7 @@ void CXmlTextWriter::WriteSimpleElement(const std::wstring& localName,
         } else {
             WriteEscaped(text.data(), text.size(), false);
         }
-        Put(L"</", 2);
-        PutQualifiedName(*prefix, localName);
-        Put(L'>');
+        PutEndTag(tagOffset, tagLength, drains, prefix, localName);
     }
     if (m_bFormatting) {
         Put(m_strEOLChars);

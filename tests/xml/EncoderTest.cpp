@@ -123,7 +123,9 @@ TEST(Encoder, IllFormedTextRaises)
 // text given in pieces must convert as the pieces joined.
 TEST(Encoder, NonAsciiAtEveryOffsetOfAnAsciiRun)
 {
-    const wchar_t others[] = {0xE9, 0x20AC, 0x1F600, 0x7F};
+    // Runs are narrowed to 16 bits before they are tested: values that
+    // narrow to odd patterns (0x100, 0x8000, 0x10000) must still leave them.
+    const wchar_t others[] = {0xE9, 0x20AC, 0x1F600, 0x7F, 0x80, 0x100, 0x8000, 0xFFFF, 0x10000};
     for (wchar_t other : others) {
         for (size_t at = 0; at < 24; ++at) {
             std::wstring text(24, L'a');
@@ -145,9 +147,9 @@ TEST(Encoder, NonAsciiAtEveryOffsetOfAnAsciiRun)
     wide[8999] = static_cast<wchar_t>(0xD800);
     EXPECT_THROW_MSG(Utf16ToUtf8(wide.data(), wide.size()), CVxException,
                      L"Invalid character [0xD800] at position 8999: cannot be encoded as UTF-8");
-    for (const uint32_t bad : {0xDFFFu, 0x110000u, 0x80000041u}) {
-        for (size_t at = 0; at < 20; at += 3) {
-            std::wstring text(20, L'b');
+    for (const uint32_t bad : {0xDFFFu, 0x110000u, 0x80000041u, 0x7FFFFFFFu, 0xFFFFFF80u}) {
+        for (size_t at = 0; at < 40; at += 3) {
+            std::wstring text(40, L'b');
             text[at] = static_cast<wchar_t>(bad);
             const std::wstring_view pieces[] = {std::wstring_view(text).substr(0, 5),
                                                 std::wstring_view(text).substr(5)};

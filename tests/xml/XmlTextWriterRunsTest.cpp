@@ -268,3 +268,156 @@ TEST(XmlTextWriterRuns, EndTagsRepeatTheirStartTagsAcrossBufferHandOvers)
     });
     EXPECT_EQ(out, expected + L"</root>");
 }
+
+TEST(XmlTextWriterRuns, EveryLengthWithASpecialAtEveryPositionIsEscaped)
+{
+    // Short texts are checked in overlapping blocks: a character to escape
+    // (or one only looked at: the tab, and characters a block narrows) must
+    // be found at every position of every short length, in element text,
+    // attribute values and simple elements alike.
+    const std::wstring specials = L"&<>\"\n\r\t\u7FFF\uFFFD\U0001F600";
+    PageEnd page;
+    ASSERT_TRUE(page.Ok());
+    for (size_t length = 1; length <= 20; ++length) {
+        // Nothing to escape: the copy runs to the text's end and no further.
+        const std::wstring plain(length, L'v');
+        const std::wstring out = Write([&](CXmlTextWriter& w) {
+            w.StartElement(L"r", L"");
+            w.WriteAttribute(L"a", L"", page.Place(plain, 0), ItemType_string);
+            w.WriteElementText(page.Place(plain, 1), ItemType_string, false);
+            w.EndElement();
+        });
+        EXPECT_EQ(out, L"<r a=\"" + plain + L"\">" + plain + L"</r>");
+        for (size_t at = 0; at < length; ++at) {
+            for (const wchar_t special : specials) {
+                std::wstring v(length, L'v');
+                v[at] = special;
+                const std::string where =
+                    "length " + std::to_string(length) + " at " + std::to_string(at);
+                ExpectEscapedBothWays(v, where);
+                const std::wstring out = Write([&](CXmlTextWriter& w) {
+                    w.StartElement(L"r", L"");
+                    w.WriteSimpleElement(L"s", L"", v, ItemType_string, false);
+                    w.EndElement();
+                });
+                EXPECT_EQ(out, L"<r><s>" + Escaped(v, false) + L"</s></r>") << where;
+            }
+        }
+    }
+}
+
+TEST(XmlTextWriterRuns, SimpleElementsWriteWhatTheThreeCallsWriteAroundHandOvers)
+{
+    // Simple elements of every size land on every position around the
+    // points where the writer hands its buffer on; some need escaping (the
+    // end tag then follows a hand-over or not), some are CDATA, empty or
+    // default values. Line ends and indentation of both kinds.
+    for (const EOLType eol : {EOL_LF, EOL_CRLF}) {
+        std::wstring outputs[2];
+        for (const bool simple : {false, true}) {
+            CTextStream stream(XmlEncoding_UTF8);
+            CXmlTextWriter writer(&stream);
+            writer.StartDocument();
+            writer.SetEOLType(eol);
+            writer.SetIndentChars(L"  ");
+            writer.AddNamespace(L"p", L"urn:p");
+            writer.StartElement(L"root", L"urn:p");
+            for (size_t i = 0; i < 900; ++i) {
+                writer.StartElement(L"item", i % 4 == 0 ? L"urn:p" : L"");
+                for (size_t k = 0; k < 2; ++k) {
+                    const std::wstring name = L"e" + std::wstring((i + k) % 23, L'n');
+                    std::wstring text((i * 7 + k) % 41, L't');
+                    if (i % 3 == 0 && !text.empty()) {
+                        text[i % text.size()] = i % 2 ? L'&' : L'\n';
+                    }
+                    if (i % 17 == 0) {
+                        text = L"<![CDATA[a&b]]>";
+                    }
+                    const bool isDefault = i % 13 == 0;
+                    const wchar_t* uri = (i + k) % 5 == 0 ? L"urn:p" : L"";
+                    if (simple) {
+                        writer.WriteSimpleElement(name, uri, text, ItemType_string, isDefault);
+                    } else {
+                        writer.StartElement(name.c_str(), uri);
+                        writer.WriteElementText(text.c_str(), ItemType_string, isDefault);
+                        writer.EndElement();
+                    }
+                }
+                writer.EndElement();
+            }
+            writer.EndElement();
+            writer.EndDocument();
+            outputs[simple ? 1 : 0] = stream.GetText();
+        }
+        EXPECT_GT(outputs[0].size(), 20000u);
+        EXPECT_EQ(outputs[1], outputs[0]) << "EOL type " << eol;
+    }
+}
+
+TEST(XmlTextWriterRuns, AttributesAroundHandOversAreWrittenWhole)
+{
+    // Attributes of every size, some in a namespace, some with a character
+    // to escape somewhere, land on every position around the points where
+    // the writer hands its buffer on.
+    std::wstring expected = L"<root xmlns:p=\"urn:p\"><e";
+    const std::wstring out = Write([&](CXmlTextWriter& w) {
+        w.AddNamespace(L"p", L"urn:p");
+        w.StartElement(L"root", L"");
+        w.StartElement(L"e", L"");
+        for (size_t i = 0; i < 700; ++i) {
+            const std::wstring name = L"a" + std::to_wstring(i) + std::wstring(i % 19, L'n');
+            std::wstring value((i * 5) % 47, L'v');
+            if (i % 3 == 0 && !value.empty()) {
+                value[(i * 7) % value.size()] = L"&\"<\n\t"[i % 5];
+            }
+            const bool prefixed = i % 4 == 0;
+            w.WriteAttribute(name.c_str(), prefixed ? L"urn:p" : L"", value.c_str(),
+                             ItemType_string);
+            expected +=
+                L" " + (prefixed ? L"p:" + name : name) + L"=\"" + Escaped(value, true) + L"\"";
+        }
+        w.EndElement();
+        w.EndElement();
+    });
+    EXPECT_EQ(out, expected + L"/></root>");
+}
+
+TEST(XmlTextWriterRuns, PrefixesFoundBeforeAreNotReusedOnceTheScopeChanged)
+{
+    // The writer keeps the prefixes it found for the last namespaces; a
+    // rebinding, or a closed element whose context is reused for a sibling
+    // with another scope, must make it look again.
+    const std::wstring out = Write([](CXmlTextWriter& w) {
+        w.AddNamespace(L"p", L"urn:x");
+        w.StartElement(L"root", L"");
+        w.StartElement(L"a", L"urn:x");
+        w.WriteAttribute(L"t", L"urn:x", L"1", ItemType_string);
+        w.EndElement();
+        w.StartElement(L"b", L"");
+        w.AddNamespace(L"q", L"urn:x");
+        w.WriteAttribute(L"t", L"urn:x", L"2", ItemType_string);
+        w.StartElement(L"c", L"urn:x");
+        w.WriteAttribute(L"t", L"urn:x", L"3", ItemType_string);
+        w.EndElement();
+        w.EndElement();
+        w.StartElement(L"d", L""); // in b's place, without b's binding
+        w.WriteAttribute(L"t", L"urn:x", L"4", ItemType_string);
+        for (const wchar_t* rebind : {L"r", L"", L"s"}) {
+            if (*rebind == L's') {
+                w.AddNamespace(L"z", L"urn:z"); // d's own scope from here on
+            }
+            w.StartElement(L"e", L""); // the same context each time
+            if (*rebind) {
+                w.AddNamespace(rebind, L"urn:x");
+            }
+            w.WriteAttribute(L"t", L"urn:x", L"5", ItemType_string);
+            w.WriteSimpleElement(L"f", L"urn:x", L"6", ItemType_string, false);
+            w.EndElement();
+        }
+        w.EndElement();
+        w.EndElement();
+    });
+    EXPECT_EQ(out, L"<root xmlns:p=\"urn:x\"><p:a p:t=\"1\"/><b q:t=\"2\"><q:c q:t=\"3\"/></b>"
+                   L"<d p:t=\"4\"><e r:t=\"5\"><r:f>6</r:f></e><e p:t=\"5\"><p:f>6</p:f></e>"
+                   L"<e s:t=\"5\"><s:f>6</s:f></e></d></root>");
+}

@@ -2,12 +2,15 @@
 #pragma once
 
 #include <cstdint>
+#include <vxxml/Export.h>
 
 namespace VxXmlLib16 {
 
 // The numbers are stored in generated code and collection metadata: they
-// never change.
-enum ItemType : int32_t {
+// never change. Exported like the classes: clang gives a template instance
+// the lowest visibility among its arguments, so a hidden ItemType would hide
+// the typed collections (CXmlTypedCollection<V, ItemType>) from users.
+enum VXXML_API ItemType : int32_t {
     ItemType_Invalid = 0, // no value
     ItemType_hexBinary = 1,
     ItemType_base64Binary = 2,

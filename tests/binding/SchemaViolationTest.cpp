@@ -541,7 +541,9 @@ TEST(BindingSchemaViolation, ExceptionClasses)
         ADD_FAILURE() << "wrote a tree without its mandatory member";
     } catch (const CVxValidationException& e) {
         EXPECT_EQ(typeid(e), typeid(CVxValidationException));
-        EXPECT_EQ(typeid(*e.GetInnerException()), typeid(CVxInvalidParamException));
+        const CVxException* inner = e.GetInnerException();
+        ASSERT_NE(inner, nullptr);
+        EXPECT_EQ(typeid(*inner), typeid(CVxInvalidParamException));
     }
 }
 

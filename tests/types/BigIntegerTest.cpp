@@ -116,12 +116,13 @@ TEST(BigIntegerTest, NativeValuesAndConstants)
     EXPECT_EQ(static_cast<int>(CBigInteger::MIN_LONG), INT32_MIN);
     EXPECT_EQ(static_cast<long long>(CBigInteger::MAX_LONGLONG), INT64_MAX);
     EXPECT_EQ(static_cast<long long>(CBigInteger::MIN_LONGLONG), INT64_MIN);
-    EXPECT_THROW_MSG(static_cast<int>(CBigInteger::MAX_LONG + 1), CVxOverFlowException,
+    EXPECT_THROW_MSG((void)static_cast<int>(CBigInteger::MAX_LONG + 1), CVxOverFlowException,
                      L"The BigInteger value is too large to fit into an int");
-    EXPECT_THROW(static_cast<int>(CBigInteger::MIN_LONG - 1), CVxOverFlowException);
-    EXPECT_THROW_MSG(static_cast<long long>(CBigInteger::MAX_LONGLONG + 1), CVxOverFlowException,
+    EXPECT_THROW((void)static_cast<int>(CBigInteger::MIN_LONG - 1), CVxOverFlowException);
+    EXPECT_THROW_MSG((void)static_cast<long long>(CBigInteger::MAX_LONGLONG + 1),
+                     CVxOverFlowException,
                      L"The BigInteger value is too large to fit into a long long");
-    EXPECT_THROW(static_cast<long long>(CBigInteger::MIN_LONGLONG - 1), CVxOverFlowException);
+    EXPECT_THROW((void)static_cast<long long>(CBigInteger::MIN_LONGLONG - 1), CVxOverFlowException);
 }
 
 TEST(BigIntegerTest, ArithmeticMatchesInt128)

@@ -120,7 +120,8 @@ TEST(BinaryData, CopiesAreIsolated)
 
     CBinaryData e(a);
     e.SetAsHexString(L"FF");
-    e = e; // self-assignment keeps the value
+    CBinaryData& self = e;
+    e = self; // self-assignment keeps the value
     EXPECT_EQ(ToBytes(e), Bytes{0xFF});
 
     const CBinaryData f(a); // reading through the const index never unshares

@@ -119,7 +119,8 @@ TEST(VxVariant, CopiesOwnTheirHeapValues)
     b = a;
     a.SetString(L"second");
     EXPECT_EQ(b.GetString(), L"first");
-    b = b; // self-assignment keeps the value
+    const VxVariant& self = b;
+    b = self; // self-assignment keeps the value
     EXPECT_EQ(b.GetString(), L"first");
     VxVariant moved(std::move(a));
     EXPECT_EQ(moved.GetString(), L"second");

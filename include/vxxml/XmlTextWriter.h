@@ -102,6 +102,18 @@ private:
             PutLong(text, length);
         }
     }
+    // Copies length characters, Half <= length <= 2 * Half, as a first and a
+    // last block of Half characters (both read before either is stored).
+    template <size_t Half>
+    static void CopyOverlapping(wchar_t* out, const wchar_t* text, size_t length)
+    {
+        unsigned char head[Half * sizeof(wchar_t)];
+        unsigned char tail[Half * sizeof(wchar_t)];
+        std::memcpy(head, text, sizeof head);
+        std::memcpy(tail, text + length - Half, sizeof tail);
+        std::memcpy(out, head, sizeof head);
+        std::memcpy(out + length - Half, tail, sizeof tail);
+    }
     // Names, prefixes and line ends are a few characters long. Up to
     // sixteen characters are copied as two overlapping blocks that together
     // cover exactly the text (no call, no loop); longer texts go to memcpy,
@@ -111,26 +123,11 @@ private:
     {
         static_assert(sizeof(wchar_t) == 4, "four-byte characters");
         if (length > 8 && length <= 16) {
-            unsigned char head[32];
-            unsigned char tail[32];
-            std::memcpy(head, text, 32);
-            std::memcpy(tail, text + length - 8, 32);
-            std::memcpy(out, head, 32);
-            std::memcpy(out + length - 8, tail, 32);
+            CopyOverlapping<8>(out, text, length);
         } else if (length >= 4 && length <= 8) {
-            unsigned char head[16];
-            unsigned char tail[16];
-            std::memcpy(head, text, 16);
-            std::memcpy(tail, text + length - 4, 16);
-            std::memcpy(out, head, 16);
-            std::memcpy(out + length - 4, tail, 16);
+            CopyOverlapping<4>(out, text, length);
         } else if (length >= 2 && length < 4) {
-            unsigned char head[8];
-            unsigned char tail[8];
-            std::memcpy(head, text, 8);
-            std::memcpy(tail, text + length - 2, 8);
-            std::memcpy(out, head, 8);
-            std::memcpy(out + length - 2, tail, 8);
+            CopyOverlapping<2>(out, text, length);
         } else if (length == 1) {
             *out = *text;
         } else if (length != 0) {

@@ -144,11 +144,6 @@ private:
     // where it stopped.
     template <int Mode>
     VXXML_WRITER_INTERNAL const wchar_t* PutRun(const wchar_t* text, const wchar_t* end);
-    // Copies the first length characters of text to out, stopping at the
-    // first character the escaping mode has to look at; returns how many
-    // it copied. out has room for length characters.
-    template <int Mode>
-    VXXML_WRITER_INTERNAL static size_t CopyPlain(wchar_t* out, const wchar_t* text, size_t length);
     VXXML_WRITER_INTERNAL void Drain();
     // Ends every writing operation: flushes the stream once it holds 4096
     // characters or more, handing it the buffered text first when only the

@@ -2,6 +2,7 @@
 // xs:hexBinary members and the carrier of every serialized document.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <vxxml/Export.h>
@@ -109,6 +110,12 @@ protected:
 
 private:
     class CSharedBuffer;
+    friend class CTextStream;
+
+    // Adopts a large block of the library's own (the bytes of a document a
+    // text stream made) holding length bytes. The caller keeps the block
+    // when this throws.
+    static CBinaryData AdoptLargeBlock(unsigned char* bytes, uint32_t length, size_t capacity);
 
     explicit CBinaryData(CSharedBuffer* buffer) noexcept : m_pBuffer(buffer) {}
     // Gives this handle a buffer no other handle shares.

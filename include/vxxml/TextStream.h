@@ -65,6 +65,13 @@ public:
     // own bytes (CBinaryData copies on write): no copy of the document is made.
     CBinaryData ToBytes();
 
+    // The bytes of a large document (a megabyte or more) are kept, once the
+    // last CBinaryData holding them is gone, for the next large document, so
+    // that the kernel need not supply and clear fresh pages for each one:
+    // one block of up to 64 MiB per process. This unmaps it at once, for a
+    // program that is done with large documents.
+    static void ReleaseCachedMemory();
+
 protected:
     CTextStream(const wchar_t* monitorName, XmlEncoding encoding);
 
@@ -93,12 +100,17 @@ private:
     void FallBackToWideText();
     // Every byte made so far in one value: the handed-out part and the rest.
     CBinaryData& CollectBytes();
+    // Makes room for minimum bytes in all, keeping the bytes made.
+    void GrowBytes(size_t minimum);
+    // Arrays of a document's size come from the library's large blocks
+    // rather than new[].
+    bool HoldsLargeBlock() const;
     void FreeBytes();
 
     bool m_bUtf8Bytes;                 // converting as text arrives
     uint32_t m_cchEncoded = 0;         // characters whose bytes are made
     CBinaryData m_bdBytes;             // bytes already handed out by ToBytes
-    unsigned char* m_pBytes = nullptr; // newer bytes (new[]), m_cbBytes used
+    unsigned char* m_pBytes = nullptr; // newer bytes, m_cbBytes used
     size_t m_cbBytes = 0;
     size_t m_cbCapacity = 0;
     std::wstring m_strText; // what GetText returned for a converting stream

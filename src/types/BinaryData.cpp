@@ -1,3 +1,4 @@
+#include "types/LargeBlocks.h"
 #include "types/Utf16Bytes.h"
 
 #include <algorithm>
@@ -87,9 +88,36 @@ public:
             last = m_refCount.fetch_sub(1, std::memory_order_acq_rel) == 1;
         }
         if (last) {
-            delete[] m_lpData;
+            FreeBytes();
             delete this;
         }
+    }
+
+    // Makes the bytes a new[] array, as handing them out requires: a large
+    // block is copied (and kept for the next document). Only for a buffer
+    // no other handle shares.
+    void MoveToHeapArray()
+    {
+        if (m_cbLargeBlock == 0) {
+            return;
+        }
+        auto copy = std::make_unique_for_overwrite<unsigned char[]>(m_dwLength);
+        std::memcpy(copy.get(), m_lpData, m_dwLength);
+        FreeBytes();
+        m_lpData = copy.release();
+        m_dwCapacity = m_dwLength;
+    }
+
+    // Frees the bytes the way they were allocated.
+    void FreeBytes() noexcept
+    {
+        if (m_cbLargeBlock != 0) {
+            detail::ReleaseLargeBlock({m_lpData, m_cbLargeBlock});
+        } else {
+            delete[] m_lpData;
+        }
+        m_lpData = nullptr;
+        m_cbLargeBlock = 0;
     }
 
     // Drops the last reference but hands the bytes out instead of freeing them.
@@ -107,12 +135,17 @@ public:
         if (remaining > 0) {
             throw CVxException(FormatString(L"Failed to release data. [RefCount=%d]", remaining));
         }
+        assert(m_cbLargeBlock == 0);
         unsigned char* bytes = m_lpData;
         delete this;
         return bytes;
     }
 
     bool IsShared() const noexcept { return m_refCount.load(std::memory_order_acquire) != 1; }
+
+    // Not 0 when m_lpData is a large block (see LargeBlocks.h) of this many
+    // bytes rather than a new[] array.
+    size_t m_cbLargeBlock = 0;
 };
 
 CBinaryData::CBinaryData(const unsigned char* bytes, uint32_t length)
@@ -134,6 +167,13 @@ CBinaryData::CBinaryData(unsigned char* bytes, uint32_t length, bool takeOwnersh
         m_pBuffer = new CSharedBuffer(bytes, length, true);
         owned.release();
     }
+}
+
+CBinaryData CBinaryData::AdoptLargeBlock(unsigned char* bytes, uint32_t length, size_t capacity)
+{
+    auto* buffer = new CSharedBuffer(bytes, length, true);
+    buffer->m_cbLargeBlock = capacity;
+    return CBinaryData(buffer);
 }
 
 CBinaryData::CBinaryData(const wchar_t* text)
@@ -204,6 +244,7 @@ unsigned char* CBinaryData::ReleaseData()
     }
     MakeUnique();
     CSharedBuffer* buffer = m_pBuffer;
+    buffer->MoveToHeapArray();
     unsigned char* bytes = buffer->ReleaseBytes();
     m_pBuffer = nullptr;
     return bytes;
@@ -251,7 +292,7 @@ unsigned char* CBinaryData::AppendUninitialized(uint32_t length)
             static_cast<uint32_t>(std::min<uint64_t>(2 * newLength, kMaxLength));
         auto* grown = new unsigned char[capacity];
         std::memcpy(grown, buffer->m_lpData, buffer->m_dwLength);
-        delete[] buffer->m_lpData;
+        buffer->FreeBytes();
         buffer->m_lpData = grown;
         buffer->m_dwCapacity = capacity;
     }

@@ -1,3 +1,4 @@
+#include "types/LargeBlocks.h"
 #include "types/Utf16Bytes.h"
 #include "xml/FileOutput.h"
 #include "xml/StreamMessages.h"
@@ -10,7 +11,6 @@
 #include <limits>
 #include <memory>
 #include <string_view>
-#include <sys/mman.h>
 #include <vector>
 #include <vxxml/Encoder.h>
 #include <vxxml/Exceptions.h>
@@ -51,29 +51,6 @@ void AppendDecoded(std::wstring& text, const unsigned char* bytes, size_t length
     }
 }
 
-// A large document's bytes fill many megabytes that the kernel otherwise
-// hands out (and zeroes) one 4 KiB page and one fault at a time; where
-// transparent huge pages are available on request, ask for them for the
-// whole-page part of a large array. Only advice: nothing changes if the
-// kernel declines.
-void AdviseHugePages(unsigned char* bytes, size_t length)
-{
-#if defined(MADV_HUGEPAGE)
-    constexpr uintptr_t kHugePage = uintptr_t{2} << 20;
-    if (length < 2 * kHugePage) {
-        return;
-    }
-    const auto first = (reinterpret_cast<uintptr_t>(bytes) + kHugePage - 1) & ~(kHugePage - 1);
-    const auto last = (reinterpret_cast<uintptr_t>(bytes) + length) & ~(kHugePage - 1);
-    if (last > first) {
-        ::madvise(reinterpret_cast<void*>(first), last - first, MADV_HUGEPAGE);
-    }
-#else
-    (void)bytes;
-    (void)length;
-#endif
-}
-
 } // namespace
 
 CTextStream::CTextStream(XmlEncoding encoding) : CTextStream(L"CTextStream", encoding) {}
@@ -108,9 +85,23 @@ void CTextStream::ClearText()
     m_bUtf8Bytes = m_encoding == XmlEncoding_UTF8;
 }
 
+void CTextStream::ReleaseCachedMemory()
+{
+    detail::ReleaseSpareLargeBlock();
+}
+
+bool CTextStream::HoldsLargeBlock() const
+{
+    return m_cbCapacity >= detail::kSmallestLargeBlock;
+}
+
 void CTextStream::FreeBytes()
 {
-    delete[] m_pBytes;
+    if (HoldsLargeBlock()) {
+        detail::ReleaseLargeBlock({m_pBytes, m_cbCapacity});
+    } else {
+        delete[] m_pBytes;
+    }
     m_pBytes = nullptr;
     m_cbBytes = 0;
     m_cbCapacity = 0;
@@ -152,18 +143,7 @@ bool CTextStream::AppendEncoded(const wchar_t* text, size_t count)
     for (size_t at = 0; at < count; at += kStretch) {
         const size_t n = std::min(kStretch, count - at);
         if (m_cbCapacity - m_cbBytes < 4 * n) {
-            // Doubling keeps the copies of a growing document to about its
-            // final size in total.
-            const size_t capacity =
-                std::max({2 * m_cbCapacity, m_cbBytes + 4 * n, kMinByteCapacity});
-            auto* grown = new unsigned char[capacity];
-            AdviseHugePages(grown, capacity);
-            if (m_cbBytes != 0) {
-                std::memcpy(grown, m_pBytes, m_cbBytes);
-            }
-            delete[] m_pBytes;
-            m_pBytes = grown;
-            m_cbCapacity = capacity;
+            GrowBytes(m_cbBytes + 4 * n);
         }
         unsigned char* out = m_pBytes + m_cbBytes;
         if (detail::EncodeUtf8(text + at, n, out) != n) {
@@ -174,6 +154,35 @@ bool CTextStream::AppendEncoded(const wchar_t* text, size_t count)
     }
     m_cchEncoded += static_cast<uint32_t>(count);
     return true;
+}
+
+void CTextStream::GrowBytes(size_t minimum)
+{
+    // Doubling keeps the copies of a growing document to about its final
+    // size in total; past the heap's range there are none (LargeBlocks.h).
+    const size_t capacity = std::max({2 * m_cbCapacity, minimum, kMinByteCapacity});
+    if (capacity < detail::kSmallestLargeBlock) {
+        auto* grown = new unsigned char[capacity];
+        if (m_cbBytes != 0) {
+            std::memcpy(grown, m_pBytes, m_cbBytes);
+        }
+        delete[] m_pBytes;
+        m_pBytes = grown;
+        m_cbCapacity = capacity;
+        return;
+    }
+    detail::CLargeBlock block;
+    if (HoldsLargeBlock()) {
+        block = detail::GrowLargeBlock({m_pBytes, m_cbCapacity}, m_cbBytes, capacity);
+    } else {
+        block = detail::AcquireLargeBlock(capacity);
+        if (m_cbBytes != 0) {
+            std::memcpy(block.bytes, m_pBytes, m_cbBytes);
+        }
+        delete[] m_pBytes;
+    }
+    m_pBytes = block.bytes;
+    m_cbCapacity = block.capacity;
 }
 
 void CTextStream::EncodeStaged()
@@ -231,7 +240,13 @@ CBinaryData& CTextStream::CollectBytes()
             throw CVxOverFlowException(kUtf8TooLong);
         }
         const auto length = static_cast<uint32_t>(m_cbBytes);
-        if (m_bdBytes.GetLength() == 0 && m_cbCapacity - m_cbBytes <= m_cbBytes) {
+        if (m_bdBytes.GetLength() == 0 && HoldsLargeBlock()) {
+            // A large document: the value adopts the block.
+            m_bdBytes = CBinaryData::AdoptLargeBlock(m_pBytes, length, m_cbCapacity);
+            m_pBytes = nullptr;
+            m_cbBytes = 0;
+            m_cbCapacity = 0;
+        } else if (m_bdBytes.GetLength() == 0 && m_cbCapacity - m_cbBytes <= m_cbBytes) {
             // The usual case: the value adopts the array, nothing is copied.
             m_bdBytes = CBinaryData(m_pBytes, length, true);
             m_pBytes = nullptr;

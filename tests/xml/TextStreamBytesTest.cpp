@@ -2,8 +2,11 @@
 // behaviour of a stream that keeps every character until ToBytes.
 #include "TestHelpers.h"
 
+#include <atomic>
+#include <memory>
 #include <random>
 #include <string>
+#include <thread>
 #include <vector>
 #include <vxxml/Encoder.h>
 #include <vxxml/TextStream.h>
@@ -155,4 +158,101 @@ TEST(TextStreamBytes, Utf16StreamsKeepLoneSurrogatesAsCodeUnits)
     s.Write(text);
     EXPECT_EQ(ToBytes(s.ToBytes()), ToBytes(CBinaryData(text.c_str())));
     EXPECT_EQ(s.GetText(), text);
+}
+
+namespace {
+
+// Megabytes of text: beyond the heap arrays, so the document's bytes live in
+// the library's large blocks. A seed makes each document different.
+std::wstring LargeText(size_t length, unsigned seed)
+{
+    std::wstring text(length, L'a');
+    std::mt19937 rng(seed);
+    for (size_t i = 0; i < length; i += 1 + rng() % 997) {
+        const wchar_t pool[] = {L'<', 0xE9, 0x20AC, 0x1F600,
+                                static_cast<wchar_t>(L'a' + seed % 26)};
+        text[i] = pool[rng() % std::size(pool)];
+    }
+    return text;
+}
+
+CBinaryData WriteDocument(const std::wstring& text)
+{
+    CTextStream s(XmlEncoding_UTF8);
+    for (size_t at = 0; at < text.size(); at += 70000) {
+        s.Write(text.data() + at, std::min<size_t>(70000, text.size() - at));
+    }
+    return s.ToBytes();
+}
+
+} // namespace
+
+TEST(TextStreamBytes, LargeDocumentsKeepTheirBytesWhateverIsWrittenOrReleasedMeanwhile)
+{
+    // A released document's block is reused for the next one; one still
+    // held must never be.
+    const std::wstring a = LargeText(3'000'000, 1);
+    const std::wstring b = LargeText(2'500'000, 2);
+    const std::wstring c = LargeText(1'200'000, 3);
+    CBinaryData first = WriteDocument(a);
+    CBinaryData second = WriteDocument(b);
+    EXPECT_EQ(ToBytes(first), Utf8Of(a));
+    EXPECT_EQ(ToBytes(second), Utf8Of(b));
+
+    // Kept blocks given back, then kept again: neither is used twice.
+    first.Clear();
+    CTextStream::ReleaseCachedMemory();
+    EXPECT_EQ(ToBytes(WriteDocument(c)), Utf8Of(c));
+    CTextStream::ReleaseCachedMemory();
+
+    first = WriteDocument(a);
+    first.Clear(); // its block is now free for the next document
+    CBinaryData third = WriteDocument(c);
+    CBinaryData fourth = WriteDocument(b); // and not for this one as well
+    EXPECT_EQ(ToBytes(third), Utf8Of(c));
+    EXPECT_EQ(ToBytes(fourth), Utf8Of(b));
+    EXPECT_EQ(ToBytes(second), Utf8Of(b));
+
+    // Shared handles, then appending through one of them: the other keeps
+    // the document, and the appended copy holds both parts.
+    CBinaryData shared = second;
+    second.Clear();
+    CBinaryData extended = shared;
+    extended.Append(reinterpret_cast<const unsigned char*>("tail"), 4);
+    Bytes expected = Utf8Of(b);
+    EXPECT_EQ(ToBytes(shared), expected);
+    expected.insert(expected.end(), {'t', 'a', 'i', 'l'});
+    EXPECT_EQ(ToBytes(extended), expected);
+
+    // Handed out, the bytes are a new[] array like any other.
+    const uint32_t length = third.GetLength();
+    std::unique_ptr<unsigned char[]> released(third.ReleaseData());
+    EXPECT_EQ(Bytes(released.get(), released.get() + length), Utf8Of(c));
+    EXPECT_EQ(third.GetLength(), 0u);
+}
+
+TEST(TextStreamBytes, LargeDocumentsOnSeveralThreadsStayApart)
+{
+    std::vector<std::thread> threads;
+    std::atomic<int> failures{0};
+    for (unsigned t = 0; t < 4; ++t) {
+        threads.emplace_back([t, &failures] {
+            std::vector<std::pair<std::wstring, CBinaryData>> held;
+            for (unsigned round = 0; round < 4; ++round) {
+                std::wstring text = LargeText(1'100'000 + 300'000 * round, 10 * t + round);
+                CBinaryData bytes = WriteDocument(text);
+                held.emplace_back(std::move(text), std::move(bytes));
+                if (round % 2 == 1) {
+                    held.erase(held.begin()); // give a block back now and then
+                }
+                for (const auto& [expected, document] : held) {
+                    failures += ToBytes(document) != Utf8Of(expected);
+                }
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(failures.load(), 0);
 }

@@ -74,7 +74,8 @@ CLargeBlock AcquireLargeBlock(size_t minimum)
 
 CLargeBlock GrowLargeBlock(CLargeBlock block, size_t used, size_t minimum)
 {
-    const CLargeBlock grown = MapAligned(std::max(minimum, 2 * block.capacity));
+    const size_t wanted = std::max(minimum, 2 * block.capacity);
+    CLargeBlock grown = MapAligned(wanted);
 #if defined(MREMAP_FIXED)
     // The old pages move to the start of the new mapping: no byte is copied,
     // and both ends being aligned, huge pages stay whole.
@@ -82,6 +83,10 @@ CLargeBlock GrowLargeBlock(CLargeBlock block, size_t used, size_t minimum)
                  grown.bytes) == grown.bytes) {
         return grown;
     }
+    // A move that failed may already have unmapped the start of the new
+    // mapping (the old one stays whole): copy into another one instead.
+    ::munmap(grown.bytes, grown.capacity);
+    grown = MapAligned(wanted);
 #endif
     std::memcpy(grown.bytes, block.bytes, used);
     ::munmap(block.bytes, block.capacity);

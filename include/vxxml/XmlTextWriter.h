@@ -134,6 +134,29 @@ private:
             std::memcpy(out, text, length * sizeof(wchar_t));
         }
     }
+    // The tags below are written straight into the buffer by callers that
+    // checked its room once for the whole construct; each returns the end.
+    // "prefix:name", or "name" when the prefix is empty: the colon is stored
+    // either way and then overwritten by the name.
+    static wchar_t* PutQualifiedNameAt(wchar_t* out, const std::wstring& prefix,
+                                       const wchar_t* name, size_t nameLength)
+    {
+        const size_t prefixLength = prefix.size();
+        CopyShort(out, prefix.data(), prefixLength);
+        out[prefixLength] = L':';
+        out += prefixLength + (prefixLength != 0 ? 1 : 0);
+        CopyShort(out, name, nameLength);
+        return out + nameLength;
+    }
+    // "</tag>", the tag copied from the start tag's characters.
+    static wchar_t* PutEndTagAt(wchar_t* out, const wchar_t* tag, size_t tagLength)
+    {
+        out[0] = L'<';
+        out[1] = L'/';
+        CopyShort(out + 2, tag, tagLength);
+        out[2 + tagLength] = L'>';
+        return out + 3 + tagLength;
+    }
     // Text that does not fit: passes through in pieces of the buffer's size.
     VXXML_WRITER_INTERNAL void PutLong(const wchar_t* text, size_t length);
     void Put(const std::wstring& text) { Put(text.data(), text.size()); }

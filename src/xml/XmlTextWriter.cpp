@@ -48,6 +48,12 @@ inline const wchar_t* OrEmpty(const wchar_t* text)
 // The prefix of an element in no namespace or in the default one.
 const std::wstring g_strNoPrefix;
 
+// Element text that starts a CDATA section is written as it stands.
+inline bool StartsCData(const wchar_t* text)
+{
+    return text[0] == L'<' && std::wcsncmp(text, L"<![CDATA[", 9) == 0;
+}
+
 } // namespace
 
 CXmlTextWriter::CXmlTextWriter(CTextStream* stream)
@@ -444,11 +450,8 @@ void CXmlTextWriter::StartElement(const wchar_t* localName, const wchar_t* names
         element.tagOffset = static_cast<size_t>(o - m_pending);
         element.tagLength = tagLength;
         element.tagDrains = m_ullDrains;
-        CopyShort(o, elementPrefix.data(), prefixLength);
-        o[prefixLength] = L':';
-        o += tagLength - nameLength;
-        CopyShort(o, name, nameLength);
-        m_cchPending = static_cast<size_t>(o + nameLength - m_pending);
+        o = PutQualifiedNameAt(o, elementPrefix, name, nameLength);
+        m_cchPending = static_cast<size_t>(o - m_pending);
     } else {
         if (m_bFormatting) {
             WriteIndent(context->GetDepth());
@@ -505,7 +508,7 @@ void CXmlTextWriter::WriteElementText(const wchar_t* text, ItemType /*itemType*/
         Put(L'>');
         m_pContext->SetStartTagOpen(false);
     }
-    if (text[0] == L'<' && std::wcsncmp(text, L"<![CDATA[", 9) == 0) {
+    if (StartsCData(text)) {
         PutText(text);
     } else {
         WriteEscaped(text, false);
@@ -548,14 +551,10 @@ void CXmlTextWriter::EndElement()
             wchar_t* o = m_pending + m_cchPending;
             CopyShort(o, m_strIndentRun.data(), indentLength);
             o += indentLength;
-            o[0] = L'<';
-            o[1] = L'/';
-            CopyShort(o + 2, m_pending + element.tagOffset, element.tagLength);
-            o += 2 + element.tagLength;
-            o[0] = L'>';
-            o[1] = eol[0];
-            o[2] = eol[1];
-            m_cchPending = static_cast<size_t>(o + 1 + eolLength - m_pending);
+            o = PutEndTagAt(o, m_pending + element.tagOffset, element.tagLength);
+            o[0] = eol[0];
+            o[1] = eol[1];
+            m_cchPending = static_cast<size_t>(o + eolLength - m_pending);
         } else {
             if (indentLength != 0) {
                 WriteIndent(depth);
@@ -601,11 +600,7 @@ void CXmlTextWriter::WriteAttribute(const wchar_t* localName, const wchar_t* nam
         // value copied in one pass unless something in it needs escaping.
         wchar_t* o = m_pending + m_cchPending;
         *o++ = L' ';
-        CopyShort(o, prefix->data(), prefixLength);
-        o[prefixLength] = L':';
-        o += tagLength - nameLength;
-        CopyShort(o, name, nameLength);
-        o += nameLength;
+        o = PutQualifiedNameAt(o, *prefix, name, nameLength);
         o[0] = L'=';
         o[1] = L'"';
         o += 2;
@@ -698,11 +693,7 @@ void CXmlTextWriter::PutEndTag(size_t tagOffset, size_t tagLength, uint64_t drai
                                const std::wstring& prefix, const std::wstring& localName)
 {
     if (drains == m_ullDrains && m_cchPending + tagLength + 3 <= kPendingCapacity) {
-        wchar_t* out = m_pending + m_cchPending;
-        out[0] = L'<';
-        out[1] = L'/';
-        CopyShort(out + 2, m_pending + tagOffset, tagLength);
-        out[2 + tagLength] = L'>';
+        PutEndTagAt(m_pending + m_cchPending, m_pending + tagOffset, tagLength);
         m_cchPending += tagLength + 3;
     } else {
         Put(L"</", 2);
@@ -757,12 +748,7 @@ void CXmlTextWriter::WriteSimpleElement(const std::wstring& localName,
     o += indentLength;
     *o++ = L'<';
     wchar_t* const tag = o;
-    CopyShort(o, prefix->data(), prefixLength);
-    // Without a prefix the colon is overwritten by the name.
-    o[prefixLength] = L':';
-    o += tagLength - localName.size();
-    CopyShort(o, localName.data(), localName.size());
-    o += localName.size();
+    o = PutQualifiedNameAt(o, *prefix, localName.data(), localName.size());
     if (empty) {
         o[0] = L'/';
         o[1] = L'>';
@@ -776,7 +762,7 @@ void CXmlTextWriter::WriteSimpleElement(const std::wstring& localName,
             m_cchPending = static_cast<size_t>(o - m_pending);
             const auto tagOffset = static_cast<size_t>(tag - m_pending);
             const uint64_t drains = m_ullDrains;
-            if (done == 0 && text[0] == L'<' && text.compare(0, 9, L"<![CDATA[") == 0) {
+            if (done == 0 && StartsCData(text.c_str())) {
                 PutText(text.c_str());
             } else {
                 WriteEscaped(text.data() + done, text.size() - done, false);
@@ -788,11 +774,7 @@ void CXmlTextWriter::WriteSimpleElement(const std::wstring& localName,
             EndConstruct();
             return;
         }
-        o[0] = L'<';
-        o[1] = L'/';
-        CopyShort(o + 2, tag, tagLength);
-        o[2 + tagLength] = L'>';
-        o += 3 + tagLength;
+        o = PutEndTagAt(o, tag, tagLength);
     }
     o[0] = eol[0];
     o[1] = eol[1];
@@ -819,7 +801,7 @@ void CXmlTextWriter::WriteSimpleElementPiecewise(CXmlWriterContext& parent,
         Put(L"/>", 2);
     } else {
         Put(L'>');
-        if (text[0] == L'<' && text.compare(0, 9, L"<![CDATA[") == 0) {
+        if (StartsCData(text.c_str())) {
             PutText(text.c_str());
         } else {
             WriteEscaped(text.data(), text.size(), false);

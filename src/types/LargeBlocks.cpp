@@ -23,6 +23,13 @@ struct CSpare
 };
 CSpare g_spare;
 
+void Unmap(CLargeBlock block) noexcept
+{
+    if (block.bytes != nullptr) {
+        ::munmap(block.bytes, block.capacity);
+    }
+}
+
 size_t RoundToHugePages(size_t size)
 {
     if (size > SIZE_MAX - kHugePage) {
@@ -85,11 +92,11 @@ CLargeBlock GrowLargeBlock(CLargeBlock block, size_t used, size_t minimum)
     }
     // A move that failed may already have unmapped the start of the new
     // mapping (the old one stays whole): copy into another one instead.
-    ::munmap(grown.bytes, grown.capacity);
+    Unmap(grown);
     grown = MapAligned(wanted);
 #endif
     std::memcpy(grown.bytes, block.bytes, used);
-    ::munmap(block.bytes, block.capacity);
+    Unmap(block);
     return grown;
 }
 
@@ -105,9 +112,7 @@ void ReleaseLargeBlock(CLargeBlock block) noexcept
             std::swap(block, g_spare.block);
         }
     }
-    if (block.bytes != nullptr) {
-        ::munmap(block.bytes, block.capacity);
-    }
+    Unmap(block);
 }
 
 void ReleaseSpareLargeBlock() noexcept
@@ -117,9 +122,7 @@ void ReleaseSpareLargeBlock() noexcept
         std::lock_guard guard(g_spare.lock);
         spare = std::exchange(g_spare.block, CLargeBlock{});
     }
-    if (spare.bytes != nullptr) {
-        ::munmap(spare.bytes, spare.capacity);
-    }
+    Unmap(spare);
 }
 
 } // namespace VxXmlLib16::detail

@@ -14,15 +14,6 @@
 #include <vxxml/InstanceMonitor.h>
 #include <vxxml/ItemType.h>
 
-// Private helpers of the writers: called only inside the library, where
-// hidden visibility lets the compiler call them directly and inline them
-// (an exported function may be replaced at load time, so it cannot be).
-#if defined(__GNUC__) && !defined(_WIN32)
-#define VXXML_WRITER_INTERNAL __attribute__((visibility("hidden")))
-#else
-#define VXXML_WRITER_INTERNAL
-#endif
-
 namespace VxXmlLib16 {
 
 class VXXML_API CXmlWriter : public CInstanceMonitor
@@ -84,12 +75,11 @@ public:
 
         // Makes a fresh context a child of parent (sharing its scope), or a
         // root when parent is null (then the scope is a copy of the given one).
-        VXXML_WRITER_INTERNAL void Init(CXmlWriterContext* parent, const wchar_t* localName,
-                                        size_t localNameLength, const wchar_t* namespaceUri,
-                                        size_t namespaceUriLength, const NamespaceMap* rootMap,
-                                        const std::wstring* rootDefault);
-        VXXML_WRITER_INTERNAL void ReleaseScope();
-        VXXML_WRITER_INTERNAL void MakeOwnScope();
+        void Init(CXmlWriterContext* parent, const wchar_t* localName, size_t localNameLength,
+                  const wchar_t* namespaceUri, size_t namespaceUriLength,
+                  const NamespaceMap* rootMap, const std::wstring* rootDefault);
+        void ReleaseScope();
+        void MakeOwnScope();
 
         uint32_t m_dwChildCount = 0;
         bool m_bStartTagOpen = true;

@@ -1,31 +1,18 @@
-#include "xml/XmlEscaping.h"
+#include "xml/TextWriterBuffer.h"
 
 #include <cassert>
 #include <cstring>
 #include <cwchar>
-#include <typeinfo>
+#include <vector>
 #include <vxxml/Exceptions.h>
 #include <vxxml/XmlTextWriter.h>
 
-#if defined(__SSE2__)
-#include <emmintrin.h>
-#endif
-
 namespace VxXmlLib16 {
 
+using detail::CTextWriterBuffer;
 using namespace detail::escaping;
 
 namespace {
-
-// Every message of the text writer, in one place.
-constexpr const wchar_t* kMsgHeadedDirective =
-    L"Headed directives must appear before an Element has been added.";
-constexpr const wchar_t* kMsgAttributesFirst = L"Attributes must be added before elements";
-constexpr const wchar_t* kMsgInvalidEOL = L"Invalid EOL type.";
-constexpr const wchar_t* kMsgNoElementOpen = L"No Element is open.";
-constexpr const wchar_t* kMsgNullStream = L"The output stream may not be NULL.";
-
-constexpr uint32_t kFlushThreshold = 4096;
 
 // Length of a zero-terminated text. The library's wcslen already reads in
 // vector blocks; reading past a text's end ourselves would trip memory
@@ -54,234 +41,173 @@ inline bool StartsCData(const wchar_t* text)
     return text[0] == L'<' && std::wcsncmp(text, L"<![CDATA[", 9) == 0;
 }
 
+// The tags below are written straight into the buffer by callers that
+// checked its room once for the whole construct; each returns the end.
+// "prefix:name", or "name" when the prefix is empty: the colon is stored
+// either way and then overwritten by the name.
+wchar_t* PutQualifiedNameAt(wchar_t* out, const std::wstring& prefix, const wchar_t* name,
+                            size_t nameLength)
+{
+    const size_t prefixLength = prefix.size();
+    CTextWriterBuffer::CopyShort(out, prefix.data(), prefixLength);
+    out[prefixLength] = L':';
+    out += prefixLength + (prefixLength != 0 ? 1 : 0);
+    CTextWriterBuffer::CopyShort(out, name, nameLength);
+    return out + nameLength;
+}
+
+// "</tag>", the tag copied from the start tag's characters.
+wchar_t* PutEndTagAt(wchar_t* out, const wchar_t* tag, size_t tagLength)
+{
+    out[0] = L'<';
+    out[1] = L'/';
+    CTextWriterBuffer::CopyShort(out + 2, tag, tagLength);
+    out[2 + tagLength] = L'>';
+    return out + 3 + tagLength;
+}
+
 } // namespace
 
-CXmlTextWriter::CXmlTextWriter(CTextStream* stream)
-    : CXmlWriter(L"CXmlTextWriter"), m_strIndentChars(L"\t"), m_strEOLChars(L"\n"),
-      m_pStream(stream), m_pending(nullptr),
-      m_pendingOwner(std::make_unique_for_overwrite<wchar_t[]>(kPendingCapacity + kPendingSlack))
+// Everything the writer keeps between events.
+class CXmlTextWriter::CImpl
 {
-    m_pending = m_pendingOwner.get();
-    if (stream == nullptr) {
-        throw CVxInvalidParamException(kMsgNullStream);
-    }
-    // The plain in-memory stream's Flush does nothing: for it the flush
-    // rule need not even be checked. Any derived stream (a file, or one of
-    // the caller's) gets its flushes.
-    m_bStreamFlushes = typeid(*stream) != typeid(CTextStream);
-}
+public:
+    CImpl(CXmlTextWriter& writer, CTextStream* stream) : m_writer(writer), m_out(stream) {}
 
-CXmlTextWriter::~CXmlTextWriter() = default;
+    void StartDocument();
+    void EndDocument();
+    void WriteXmlDeclaration();
+    void WriteHeadedDirective(const wchar_t* text);
+    void WriteComment(const wchar_t* text);
+    void WriteRawBlock(const wchar_t* text);
+    void WriteRawLine(const wchar_t* text);
+    void StartElement(const wchar_t* localName, const wchar_t* namespaceUri);
+    void WriteElementText(const wchar_t* text, bool valueIsDefault);
+    void EndElement();
+    void WriteAttribute(const wchar_t* localName, const wchar_t* namespaceUri,
+                        const wchar_t* value);
+    void WriteXsiType(const wchar_t* typeNamespaceUri, const wchar_t* typeLocalName,
+                      ItemType itemType);
+    void WriteNil();
+    void WriteSimpleElement(const std::wstring& localName, const std::wstring& namespaceUri,
+                            const std::wstring& text, ItemType itemType, bool valueIsDefault);
 
-void CXmlTextWriter::StartDocument()
-{
-    CXmlWriter::StartDocument();
-    m_cchPending = 0; // the stream starts empty, so does what is owed to it
-    ++m_ullDrains;
-    m_bFlushedOnce = false;
-    m_pStream->Open();
-}
+    // Settings.
+    std::wstring m_strIndentChars = L"\t";
+    // The indent characters repeated for the deepest level written so far,
+    // so that an indentation is one copy whatever the depth.
+    std::wstring m_strIndentRun;
+    std::wstring m_strEOLChars = L"\n";
+    bool m_bFormatting = true;
+    bool m_bWriteDefaultElementValues = false;
+    EOLType m_EOLType = EOL_LF;
 
-void CXmlTextWriter::EndDocument()
-{
-    Drain();
-    m_pStream->Close();
-    CXmlWriter::EndDocument();
-}
-
-void CXmlTextWriter::SetFormatting(bool formatting)
-{
-    assert(m_pContext == nullptr && "m_pContext == 0");
-    m_bFormatting = formatting;
-}
-
-void CXmlTextWriter::SetIndentChars(const wchar_t* indentChars)
-{
-    m_strIndentChars = OrEmpty(indentChars);
-    m_strIndentRun.clear();
-}
-
-void CXmlTextWriter::SetEOLType(EOLType type)
-{
-    switch (type) {
-    case EOL_CRLF:
-        m_strEOLChars = L"\r\n";
-        break;
-    case EOL_LF:
-        m_strEOLChars = L"\n";
-        break;
-    default:
-        throw CVxException(kMsgInvalidEOL);
-    }
-    m_EOLType = type;
-}
-
-void CXmlTextWriter::PutLong(const wchar_t* text, size_t length)
-{
-    while (m_cchPending + length > kPendingCapacity) {
-        const size_t room = kPendingCapacity - m_cchPending;
-        std::memcpy(m_pending + m_cchPending, text, room * sizeof(wchar_t));
-        m_cchPending = kPendingCapacity;
-        text += room;
-        length -= room;
-        Drain();
-    }
-    std::memcpy(m_pending + m_cchPending, text, length * sizeof(wchar_t));
-    m_cchPending += length;
-}
-
-void CXmlTextWriter::PutText(const wchar_t* text)
-{
-    if (text) {
-        Put(text, TextLength(text));
-    }
-}
-
-void CXmlTextWriter::Drain()
-{
-    if (m_cchPending != 0) {
-        const size_t count = m_cchPending;
-        m_cchPending = 0;
-        ++m_ullDrains;
-        m_pStream->Write(m_pending, count);
-    }
-}
-
-void CXmlTextWriter::FlushIfDue()
-{
-    // A stream that keeps its text (in memory) stays above the threshold
-    // and is flushed after every construct; the buffer then goes on
-    // collecting. A stream that writes out (a file) falls back to zero at
-    // each flush and gets everything buffered just before the next one, so
-    // it writes chunks of about 4096 characters.
-    // Once a stream that keeps its text has been flushed, it is not flushed
-    // again before it has received more: the call would have nothing new
-    // to act on.
-    const uint32_t length = m_pStream->GetLength();
-    if (length < kFlushThreshold) {
-        if (length + m_cchPending < kFlushThreshold) {
-            return;
+private:
+    CXmlWriterContext* Current() const { return m_writer.m_pContext; }
+    // The innermost open element; throws when there is none.
+    CXmlWriterContext& RequireOpenElement() const
+    {
+        if (m_writer.m_pContext == nullptr) {
+            throw CVxInvalidStateException(L"No Element is open.");
         }
-        Drain();
-    } else if (m_bFlushedOnce && length == m_cchAtLastFlush) {
-        return;
+        return *m_writer.m_pContext;
     }
-    m_pStream->Flush();
-    m_cchAtLastFlush = m_pStream->GetLength();
-    m_bFlushedOnce = true;
-}
-
-// Copies the characters from p on up to the first one the mode stops at,
-// or up to end (where the text's terminating zero stands), and returns
-// where it stopped. Four characters at a time while both the text and the
-// buffer have four left.
-template <int Mode> const wchar_t* CXmlTextWriter::PutRun(const wchar_t* p, const wchar_t* end)
-{
-    for (;;) {
-        wchar_t* o = m_pending + m_cchPending;
-        wchar_t* const full = m_pending + kPendingCapacity;
-#if defined(__SSE2__)
-        while (end - p >= 4 && full - o >= 4) {
-            const __m128i v = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
-            // Stored before it is tested: what follows a stop is overwritten.
-            _mm_storeu_si128(reinterpret_cast<__m128i*>(o), v);
-            const int mask = StopMask<Mode>(v);
-            if (mask != 0) {
-                const int k = __builtin_ctz(static_cast<unsigned>(mask)) / 4;
-                o += k;
-                p += k;
-                if (IsStop<Mode>(*p)) {
-                    m_cchPending = static_cast<size_t>(o - m_pending);
-                    return p;
-                }
-                ++o; // a character the mask only flagged to be looked at
-                ++p;
-                continue;
-            }
-            o += 4;
-            p += 4;
+    // The same, when its start tag must still be open (for attributes).
+    CXmlWriterContext& RequireOpenStartTag() const
+    {
+        CXmlWriterContext& context = RequireOpenElement();
+        if (!context.IsStartTagOpen()) {
+            throw CVxException(L"Attributes must be added before elements");
         }
-#endif
-        while (p != end && o != full) {
-            const wchar_t c = *p;
-            if (IsStop<Mode>(c)) {
-                m_cchPending = static_cast<size_t>(o - m_pending);
-                return p;
-            }
-            *o++ = c;
-            ++p;
-        }
-        m_cchPending = static_cast<size_t>(o - m_pending);
-        if (p == end) {
-            return p;
-        }
-        Drain();
+        return context;
     }
-}
 
-void CXmlTextWriter::WriteEscaped(const wchar_t* text, bool attributeMode)
-{
-    WriteEscaped(text, TextLength(text), attributeMode);
-}
-
-// Runs of characters that need no escaping are copied as they are found.
-void CXmlTextWriter::WriteEscaped(const wchar_t* text, size_t length, bool attributeMode)
-{
-    const unsigned char* table = attributeMode ? kEscape.attribute : kEscape.text;
-    const wchar_t* p = text;
-    const wchar_t* const end = text + length;
-    for (;;) {
-        const auto rest = static_cast<size_t>(end - p);
-        if (m_cchPending + rest <= kPendingCapacity) {
-            // The rest fits: one pass copies it up to the next character to
-            // look at (usually to its end), with no check of the room left.
-            wchar_t* const out = m_pending + m_cchPending;
-            const size_t done = attributeMode ? CopyPlain<kAttribute>(out, p, rest)
-                                              : CopyPlain<kText>(out, p, rest);
-            m_cchPending += done;
-            p += done;
-        } else {
-            p = attributeMode ? PutRun<kAttribute>(p, end) : PutRun<kText>(p, end);
-        }
-        if (p == end || *p == L'\0') {
-            break;
-        }
-        const auto c = static_cast<uint32_t>(*p);
-        ++p;
-        // The copy may stop at a character that needs nothing (a tab in
-        // element text, say): it is kept as it is.
-        switch (c < 0x40 ? table[c] : static_cast<unsigned char>(Keep)) {
-        case Keep:
-            Put(static_cast<wchar_t>(c));
-            break;
-        case Amp:
-            Put(L"&amp;", 5);
-            break;
-        case Lt:
-            Put(L"&lt;", 4);
-            break;
-        case Gt:
-            Put(L"&gt;", 4);
-            break;
-        case Quot:
-            Put(L"&quot;", 6);
-            break;
-        case LineFeedText:
-            Put(m_strEOLChars);
-            break;
-        case LineFeedAttr:
-            Put(L"&#xA;", 5);
-            break;
-        case TabAttr:
-            Put(L"&#x9;", 5);
-            break;
-        default: // Drop
-            break;
-        }
+    void WriteEscaped(const wchar_t* text, bool attributeMode)
+    {
+        m_out.PutEscaped(text, TextLength(text), attributeMode, m_strEOLChars);
     }
+    // The same for a text of known length; it ends at a zero character, as
+    // the zero-terminated text would.
+    void WriteEscaped(const wchar_t* text, size_t length, bool attributeMode)
+    {
+        m_out.PutEscaped(text, length, attributeMode, m_strEOLChars);
+    }
+    // The prefix an element in namespaceUri takes as a child of parent when
+    // writing it needs no namespace declaration; null when it needs one.
+    const std::wstring* PrefixInScope(const CXmlWriterContext& parent,
+                                      const std::wstring& namespaceUri);
+    // The prefix bound to the URI in the context's scope, or null, as
+    // FindPrefix answers; the last answers are kept for scopes that have not
+    // changed since. uriString, when given, holds the same URI.
+    const std::wstring* FindPrefixCached(const CXmlWriterContext& context, const wchar_t* uri,
+                                         size_t length, const std::wstring* uriString);
+    void PutQualifiedName(const std::wstring& prefix, const std::wstring& localName);
+    // "</prefix:name>": copied from the start tag when that still lies in
+    // the buffer at tagOffset (no hand-over since drains), else put anew.
+    void PutEndTag(size_t tagOffset, size_t tagLength, uint64_t drains, const std::wstring& prefix,
+                   const std::wstring& localName);
+    // WriteSimpleElement one piece at a time, for an element that may not
+    // fit into the buffer as a whole.
+    void WriteSimpleElementPiecewise(CXmlWriterContext& parent, const std::wstring& prefix,
+                                     const std::wstring& localName, const std::wstring& text,
+                                     bool empty);
+    void WriteIndent(int32_t depth);
+    void CloseParentStartTag();
+    void WriteNamespaceDeclaration(const std::wstring& prefix, const std::wstring& namespaceUri);
+
+    // What the start tag of an open element used, by depth.
+    struct OpenElementTag
+    {
+        // The prefix of the element's name; the end tag repeats it even if
+        // the scope changed in between.
+        std::wstring prefix;
+        // The scope the prefix was resolved in: a child in the same
+        // namespace reuses the prefix while that scope is unchanged.
+        const CXmlWriterContext* scopeOwner = nullptr;
+        uint32_t scopeChanges = 0;
+        // Where "prefix:name" of the start tag lies in the buffer; valid
+        // while the buffer has not been handed on since
+        // (tagDrains == m_out.Drains()).
+        size_t tagOffset = 0;
+        size_t tagLength = 0;
+        uint64_t tagDrains = ~uint64_t{0};
+    };
+
+    // Prefixes found for a URI in a scope: valid while that scope is
+    // unchanged (its owner and change count identify it; a context is never
+    // freed while the writer lives, and any change counts). Documents mix a
+    // few namespaces, so two entries serve most lookups.
+    struct PrefixLookup
+    {
+        const CXmlWriterContext* scopeOwner = nullptr;
+        uint32_t scopeChanges = 0;
+        std::wstring uri;
+        const std::wstring* prefix = nullptr;
+    };
+
+    CXmlTextWriter& m_writer;
+    CTextWriterBuffer m_out;
+    std::vector<OpenElementTag> m_openElements;
+    PrefixLookup m_prefixLookups[2];
+    unsigned m_nextPrefixLookup = 0;
+    // Reused for every attribute, so the hot path does not allocate once its
+    // capacity suffices.
+    std::wstring m_strScratchUri;
+};
+
+void CXmlTextWriter::CImpl::StartDocument()
+{
+    m_out.Reset(); // the stream starts empty, so does what is owed to it
+    m_out.Stream()->Open();
 }
 
-void CXmlTextWriter::WriteIndent(int32_t depth)
+void CXmlTextWriter::CImpl::EndDocument()
+{
+    m_out.Drain();
+    m_out.Stream()->Close();
+}
+
+void CXmlTextWriter::CImpl::WriteIndent(int32_t depth)
 {
     if (depth <= 0) {
         return;
@@ -290,99 +216,100 @@ void CXmlTextWriter::WriteIndent(int32_t depth)
     while (m_strIndentRun.size() < length) {
         m_strIndentRun += m_strIndentChars;
     }
-    Put(m_strIndentRun.data(), length);
+    m_out.Put(m_strIndentRun.data(), length);
 }
 
-void CXmlTextWriter::WriteNamespaceDeclaration(const std::wstring& prefix,
-                                               const std::wstring& namespaceUri)
+void CXmlTextWriter::CImpl::WriteNamespaceDeclaration(const std::wstring& prefix,
+                                                      const std::wstring& namespaceUri)
 {
-    Put(L"xmlns:", 6);
-    Put(prefix);
-    Put(L"=\"", 2);
+    m_out.Put(L"xmlns:", 6);
+    m_out.Put(prefix);
+    m_out.Put(L"=\"", 2);
     WriteEscaped(namespaceUri.c_str(), true);
-    Put(L'"');
+    m_out.Put(L'"');
 }
 
-inline void CXmlTextWriter::CloseParentStartTag()
+inline void CXmlTextWriter::CImpl::CloseParentStartTag()
 {
-    m_pContext->IncrementChildCount();
-    if (m_pContext->IsStartTagOpen()) {
-        m_pContext->SetStartTagOpen(false);
-        if (m_cchPending + 3 <= kPendingCapacity) {
+    CXmlWriterContext* const parent = Current();
+    parent->IncrementChildCount();
+    if (parent->IsStartTagOpen()) {
+        parent->SetStartTagOpen(false);
+        if (m_out.Fits(3)) {
             // The line end as two characters, kept as long as it is (see
             // WriteSimpleElement).
-            wchar_t* const o = m_pending + m_cchPending;
+            wchar_t* const o = m_out.End();
             const wchar_t* const eol = m_strEOLChars.c_str();
             o[0] = L'>';
             o[1] = eol[0];
             o[2] = eol[1];
-            m_cchPending += 1 + (m_bFormatting ? m_strEOLChars.size() : 0);
+            m_out.Commit(o + 1 + (m_bFormatting ? m_strEOLChars.size() : 0));
         } else {
-            Put(L'>');
+            m_out.Put(L'>');
             if (m_bFormatting) {
-                Put(m_strEOLChars);
+                m_out.Put(m_strEOLChars);
             }
         }
     }
 }
 
-void CXmlTextWriter::WriteXmlDeclaration()
+void CXmlTextWriter::CImpl::WriteXmlDeclaration()
 {
-    Put(L"<?xml version=\"1.0\"", 19);
-    switch (m_pStream->GetEncoding()) {
+    m_out.Put(L"<?xml version=\"1.0\"", 19);
+    switch (m_out.Stream()->GetEncoding()) {
     case XmlEncoding_UTF8:
-        Put(L" encoding=\"UTF-8\"", 17);
+        m_out.Put(L" encoding=\"UTF-8\"", 17);
         break;
     case XmlEncoding_UTF16:
-        Put(L" encoding=\"UTF-16\"", 18);
+        m_out.Put(L" encoding=\"UTF-16\"", 18);
         break;
     default: // UTF-16 without a name in the declaration, or unknown
         break;
     }
-    Put(L"?>", 2);
-    Put(m_strEOLChars);
-    EndConstruct();
+    m_out.Put(L"?>", 2);
+    m_out.Put(m_strEOLChars);
+    m_out.EndConstruct();
 }
 
-void CXmlTextWriter::WriteHeadedDirective(const wchar_t* text)
+void CXmlTextWriter::CImpl::WriteHeadedDirective(const wchar_t* text)
 {
-    if (m_pContext) {
-        throw CVxException(kMsgHeadedDirective);
+    if (Current()) {
+        throw CVxException(L"Headed directives must appear before an Element has been added.");
     }
-    PutText(text);
-    Put(m_strEOLChars);
-    EndConstruct();
+    m_out.PutText(text);
+    m_out.Put(m_strEOLChars);
+    m_out.EndConstruct();
 }
 
-void CXmlTextWriter::WriteComment(const wchar_t* text)
+void CXmlTextWriter::CImpl::WriteComment(const wchar_t* text)
 {
-    Put(L"<!--", 4);
+    m_out.Put(L"<!--", 4);
     WriteEscaped(OrEmpty(text), false);
-    Put(L"-->", 3);
-    Put(m_strEOLChars);
-    EndConstruct();
+    m_out.Put(L"-->", 3);
+    m_out.Put(m_strEOLChars);
+    m_out.EndConstruct();
 }
 
-void CXmlTextWriter::WriteRawBlock(const wchar_t* text)
+void CXmlTextWriter::CImpl::WriteRawBlock(const wchar_t* text)
 {
-    PutText(text);
-    Put(m_strEOLChars);
-    Put(m_strEOLChars);
-    EndConstruct();
+    m_out.PutText(text);
+    m_out.Put(m_strEOLChars);
+    m_out.Put(m_strEOLChars);
+    m_out.EndConstruct();
 }
 
-void CXmlTextWriter::WriteRawLine(const wchar_t* text)
+void CXmlTextWriter::CImpl::WriteRawLine(const wchar_t* text)
 {
-    Put(L' ');
-    Put(m_strEOLChars);
-    PutText(text);
-    Put(m_strEOLChars);
-    EndConstruct();
+    m_out.Put(L' ');
+    m_out.Put(m_strEOLChars);
+    m_out.PutText(text);
+    m_out.Put(m_strEOLChars);
+    m_out.EndConstruct();
 }
 
-void CXmlTextWriter::StartElement(const wchar_t* localName, const wchar_t* namespaceUri)
+void CXmlTextWriter::CImpl::StartElement(const wchar_t* localName, const wchar_t* namespaceUri)
 {
-    CXmlWriterContext* const parent = m_pContext;
+    CXmlWriterContext* const parent = Current();
     if (parent) {
         CloseParentStartTag();
     }
@@ -390,14 +317,14 @@ void CXmlTextWriter::StartElement(const wchar_t* localName, const wchar_t* names
     const size_t nameLength = TextLength(name);
     const wchar_t* uriText = OrEmpty(namespaceUri);
     const size_t uriLength = TextLength(uriText);
-    CXmlWriterContext* context = PushContext(name, nameLength, uriText, uriLength);
+    CXmlWriterContext* context = m_writer.PushContext(name, nameLength, uriText, uriLength);
     // Most elements are in their parent's namespace, and then share its URI.
     const bool sameAsParent = parent && &context->GetNamespaceUri() == &parent->GetNamespaceUri();
     const auto depth = static_cast<size_t>(context->GetDepth());
     if (m_openElements.size() <= depth) {
         m_openElements.resize(depth + 1);
     }
-    OpenElement& element = m_openElements[depth];
+    OpenElementTag& element = m_openElements[depth];
     element.tagDrains = ~uint64_t{0}; // until this element's tag is written
 
     const std::wstring& uri = context->GetNamespaceUri();
@@ -409,7 +336,7 @@ void CXmlTextWriter::StartElement(const wchar_t* localName, const wchar_t* names
         context->SetDefaultNamespace(std::wstring());
         undeclareDefault = context->GetParent() != nullptr;
     }
-    const OpenElement* parentElement = sameAsParent ? &m_openElements[depth - 1] : nullptr;
+    const OpenElementTag* parentElement = sameAsParent ? &m_openElements[depth - 1] : nullptr;
     if (parentElement && parentElement->scopeOwner == context->GetScopeOwner() &&
         parentElement->scopeChanges == context->GetScopeChanges()) {
         // Same namespace, same scope: the parent's answer holds (and is
@@ -423,7 +350,7 @@ void CXmlTextWriter::StartElement(const wchar_t* localName, const wchar_t* names
         // An empty prefix cannot name a namespace other than the default
         // one, so it is treated as no prefix at all.
         if (prefix == nullptr || prefix->empty()) {
-            context->AddNamespace(GeneratePrefix(), uri);
+            context->AddNamespace(m_writer.GeneratePrefix(), uri);
             prefix = context->FindPrefix(uri);
             declare = prefix;
         }
@@ -439,103 +366,96 @@ void CXmlTextWriter::StartElement(const wchar_t* localName, const wchar_t* names
     const size_t tagLength = prefixLength + (prefixLength != 0 ? 1 : 0) + nameLength;
     const size_t indentLength =
         m_bFormatting ? static_cast<size_t>(context->GetDepth()) * m_strIndentChars.size() : 0;
-    if (m_cchPending + indentLength + 1 + tagLength <= kPendingCapacity &&
-        indentLength <= m_strIndentRun.size()) {
+    if (m_out.Fits(indentLength + 1 + tagLength) && indentLength <= m_strIndentRun.size()) {
         // The indentation and "<prefix:name" fit: written straight into the
         // buffer (as in WriteSimpleElement).
-        wchar_t* o = m_pending + m_cchPending;
-        CopyShort(o, m_strIndentRun.data(), indentLength);
+        wchar_t* o = m_out.End();
+        CTextWriterBuffer::CopyShort(o, m_strIndentRun.data(), indentLength);
         o += indentLength;
         *o++ = L'<';
-        element.tagOffset = static_cast<size_t>(o - m_pending);
+        element.tagOffset = static_cast<size_t>(o - m_out.At(0));
         element.tagLength = tagLength;
-        element.tagDrains = m_ullDrains;
+        element.tagDrains = m_out.Drains();
         o = PutQualifiedNameAt(o, elementPrefix, name, nameLength);
-        m_cchPending = static_cast<size_t>(o - m_pending);
+        m_out.Commit(o);
     } else {
         if (m_bFormatting) {
             WriteIndent(context->GetDepth());
         }
-        Put(L'<');
-        const size_t tagOffset = m_cchPending;
-        const uint64_t drains = m_ullDrains;
+        m_out.Put(L'<');
+        const size_t tagOffset = m_out.Size();
+        const uint64_t drains = m_out.Drains();
         PutQualifiedName(elementPrefix, context->GetLocalName());
         // The end tag copies these characters while they are still buffered.
         element.tagOffset = tagOffset;
         element.tagLength = tagLength;
-        element.tagDrains = m_ullDrains == drains ? drains : ~uint64_t{0};
+        element.tagDrains = m_out.Drains() == drains ? drains : ~uint64_t{0};
     }
     if (declare) {
-        Put(L' ');
+        m_out.Put(L' ');
         WriteNamespaceDeclaration(*declare, uri);
     }
     if (undeclareDefault) {
-        Put(L" xmlns=\"\"", 9);
+        m_out.Put(L" xmlns=\"\"", 9);
     }
 
     if (context->GetParent() == nullptr) {
         // Everything set up before the root is declared on the root.
         if (!context->GetDefaultNamespace().empty()) {
-            Put(L" xmlns=\"", 8);
+            m_out.Put(L" xmlns=\"", 8);
             WriteEscaped(context->GetDefaultNamespace().c_str(), true);
-            Put(L'"');
+            m_out.Put(L'"');
         }
         const std::wstring xmlUri(XmlNamespaceUri);
-        for (const auto& [aliasUri, aliasPrefix] : m_mapNamespaceAlias) {
+        for (const auto& [aliasUri, aliasPrefix] : m_writer.m_mapNamespaceAlias) {
             if (aliasUri.compare(0, xmlUri.size(), xmlUri) == 0) {
                 continue; // the xml prefix is bound by XML itself
             }
-            Put(L' ');
+            m_out.Put(L' ');
             WriteNamespaceDeclaration(aliasPrefix, aliasUri);
         }
     }
-    EndConstruct();
+    m_out.EndConstruct();
 }
 
-void CXmlTextWriter::WriteElementText(const wchar_t* text, ItemType /*itemType*/,
-                                      bool valueIsDefault)
+void CXmlTextWriter::CImpl::WriteElementText(const wchar_t* text, bool valueIsDefault)
 {
-    if (m_pContext == nullptr) {
-        throw CVxInvalidStateException(kMsgNoElementOpen);
-    }
+    CXmlWriterContext& context = RequireOpenElement();
     if (IsEmpty(text)) {
         return;
     }
     if (valueIsDefault && !m_bWriteDefaultElementValues) {
         return;
     }
-    if (m_pContext->IsStartTagOpen()) {
-        Put(L'>');
-        m_pContext->SetStartTagOpen(false);
+    if (context.IsStartTagOpen()) {
+        m_out.Put(L'>');
+        context.SetStartTagOpen(false);
     }
     if (StartsCData(text)) {
-        PutText(text);
+        m_out.PutText(text);
     } else {
         WriteEscaped(text, false);
     }
-    EndConstruct();
+    m_out.EndConstruct();
 }
 
-void CXmlTextWriter::EndElement()
+void CXmlTextWriter::CImpl::EndElement()
 {
-    CXmlWriterContext* const context = m_pContext;
-    if (context == nullptr) {
-        throw CVxInvalidStateException(kMsgNoElementOpen);
-    }
+    CXmlWriterContext* const context = &RequireOpenElement();
     // Line ends are stored two characters at a time (see WriteSimpleElement).
     const wchar_t* const eol = m_strEOLChars.c_str();
     const size_t eolLength = m_bFormatting ? m_strEOLChars.size() : 0;
     if (context->IsStartTagOpen()) {
-        if (m_cchPending + 4 <= kPendingCapacity) {
-            wchar_t* const o = m_pending + m_cchPending;
+        if (m_out.Fits(4)) {
+            wchar_t* const o = m_out.End();
             o[0] = L'/';
             o[1] = L'>';
             o[2] = eol[0];
             o[3] = eol[1];
-            m_cchPending += 2 + eolLength;
+            m_out.Commit(o + 2 + eolLength);
         } else {
-            Put(L"/>", 2);
-            Put(eol, eolLength);
+            m_out.Put(L"/>", 2);
+            m_out.Put(eol, eolLength);
         }
     } else {
         // Text-only elements get their end tag right after the text.
@@ -543,49 +463,44 @@ void CXmlTextWriter::EndElement()
         const size_t indentLength = m_bFormatting && context->GetChildCount() > 0
                                         ? static_cast<size_t>(depth) * m_strIndentChars.size()
                                         : 0;
-        const OpenElement& element = m_openElements[static_cast<size_t>(depth)];
-        if (element.tagDrains == m_ullDrains &&
-            m_cchPending + indentLength + element.tagLength + 5 <= kPendingCapacity &&
+        const OpenElementTag& element = m_openElements[static_cast<size_t>(depth)];
+        if (element.tagDrains == m_out.Drains() &&
+            m_out.Fits(indentLength + element.tagLength + 5) &&
             indentLength <= m_strIndentRun.size()) {
             // "prefix:name" of the start tag is still in the buffer.
-            wchar_t* o = m_pending + m_cchPending;
-            CopyShort(o, m_strIndentRun.data(), indentLength);
+            wchar_t* o = m_out.End();
+            CTextWriterBuffer::CopyShort(o, m_strIndentRun.data(), indentLength);
             o += indentLength;
-            o = PutEndTagAt(o, m_pending + element.tagOffset, element.tagLength);
+            o = PutEndTagAt(o, m_out.At(element.tagOffset), element.tagLength);
             o[0] = eol[0];
             o[1] = eol[1];
-            m_cchPending = static_cast<size_t>(o + eolLength - m_pending);
+            m_out.Commit(o + eolLength);
         } else {
             if (indentLength != 0) {
                 WriteIndent(depth);
             }
             PutEndTag(element.tagOffset, element.tagLength, element.tagDrains, element.prefix,
                       context->GetLocalName());
-            Put(eol, eolLength);
+            m_out.Put(eol, eolLength);
         }
     }
-    EndConstruct();
-    PopContext();
+    m_out.EndConstruct();
+    m_writer.PopContext();
 }
 
-void CXmlTextWriter::WriteAttribute(const wchar_t* localName, const wchar_t* namespaceUri,
-                                    const wchar_t* value, ItemType /*itemType*/)
+void CXmlTextWriter::CImpl::WriteAttribute(const wchar_t* localName, const wchar_t* namespaceUri,
+                                           const wchar_t* value)
 {
-    if (m_pContext == nullptr) {
-        throw CVxInvalidStateException(kMsgNoElementOpen);
-    }
-    if (!m_pContext->IsStartTagOpen()) {
-        throw CVxException(kMsgAttributesFirst);
-    }
+    CXmlWriterContext& context = RequireOpenStartTag();
     const std::wstring* prefix = &g_strNoPrefix;
     if (!IsEmpty(namespaceUri)) {
-        prefix = FindPrefixCached(*m_pContext, namespaceUri, TextLength(namespaceUri), nullptr);
+        prefix = FindPrefixCached(context, namespaceUri, TextLength(namespaceUri), nullptr);
         if (prefix == nullptr || prefix->empty()) {
             // Declared on the spot, before the attribute.
             m_strScratchUri.assign(namespaceUri);
-            m_pContext->AddNamespace(GeneratePrefix(), m_strScratchUri);
-            prefix = m_pContext->FindPrefix(m_strScratchUri);
-            Put(L' ');
+            context.AddNamespace(m_writer.GeneratePrefix(), m_strScratchUri);
+            prefix = context.FindPrefix(m_strScratchUri);
+            m_out.Put(L' ');
             WriteNamespaceDeclaration(*prefix, m_strScratchUri);
         }
     }
@@ -595,10 +510,10 @@ void CXmlTextWriter::WriteAttribute(const wchar_t* localName, const wchar_t* nam
     const size_t textLength = TextLength(text);
     const size_t prefixLength = prefix->size();
     const size_t tagLength = prefixLength + (prefixLength != 0 ? 1 : 0) + nameLength;
-    if (m_cchPending + tagLength + textLength + 4 <= kPendingCapacity) {
+    if (m_out.Fits(tagLength + textLength + 4)) {
         // ' prefix:name="value"' fits: written straight into the buffer, the
         // value copied in one pass unless something in it needs escaping.
-        wchar_t* o = m_pending + m_cchPending;
+        wchar_t* o = m_out.End();
         *o++ = L' ';
         o = PutQualifiedNameAt(o, *prefix, name, nameLength);
         o[0] = L'=';
@@ -608,29 +523,29 @@ void CXmlTextWriter::WriteAttribute(const wchar_t* localName, const wchar_t* nam
         o += done;
         if (done == textLength) {
             *o++ = L'"';
-            m_cchPending = static_cast<size_t>(o - m_pending);
+            m_out.Commit(o);
         } else {
-            m_cchPending = static_cast<size_t>(o - m_pending);
+            m_out.Commit(o);
             WriteEscaped(text + done, textLength - done, true);
-            Put(L'"');
+            m_out.Put(L'"');
         }
     } else {
-        Put(L' ');
+        m_out.Put(L' ');
         if (prefixLength != 0) {
-            Put(*prefix);
-            Put(L':');
+            m_out.Put(*prefix);
+            m_out.Put(L':');
         }
-        Put(name, nameLength);
-        Put(L"=\"", 2);
+        m_out.Put(name, nameLength);
+        m_out.Put(L"=\"", 2);
         WriteEscaped(text, textLength, true);
-        Put(L'"');
+        m_out.Put(L'"');
     }
-    EndConstruct();
+    m_out.EndConstruct();
 }
 
-const std::wstring* CXmlTextWriter::FindPrefixCached(const CXmlWriterContext& context,
-                                                     const wchar_t* uri, size_t length,
-                                                     const std::wstring* uriString)
+const std::wstring* CXmlTextWriter::CImpl::FindPrefixCached(const CXmlWriterContext& context,
+                                                            const wchar_t* uri, size_t length,
+                                                            const std::wstring* uriString)
 {
     const CXmlWriterContext* const owner = context.GetScopeOwner();
     const uint32_t changes = context.GetScopeChanges();
@@ -656,8 +571,8 @@ const std::wstring* CXmlTextWriter::FindPrefixCached(const CXmlWriterContext& co
     return prefix;
 }
 
-inline const std::wstring* CXmlTextWriter::PrefixInScope(const CXmlWriterContext& parent,
-                                                         const std::wstring& namespaceUri)
+inline const std::wstring* CXmlTextWriter::CImpl::PrefixInScope(const CXmlWriterContext& parent,
+                                                                const std::wstring& namespaceUri)
 {
     const std::wstring& noPrefix = g_strNoPrefix;
     if (namespaceUri.empty()) {
@@ -665,7 +580,7 @@ inline const std::wstring* CXmlTextWriter::PrefixInScope(const CXmlWriterContext
         return parent.GetDefaultNamespace().empty() ? &noPrefix : nullptr;
     }
     const std::wstring& parentUri = parent.GetNamespaceUri();
-    const OpenElement& parentElement = m_openElements[static_cast<size_t>(parent.GetDepth())];
+    const OpenElementTag& parentElement = m_openElements[static_cast<size_t>(parent.GetDepth())];
     if (namespaceUri.size() == parentUri.size() &&
         std::wmemcmp(namespaceUri.data(), parentUri.data(), parentUri.size()) == 0 &&
         parentElement.scopeOwner == parent.GetScopeOwner() &&
@@ -680,38 +595,40 @@ inline const std::wstring* CXmlTextWriter::PrefixInScope(const CXmlWriterContext
     return prefix != nullptr && !prefix->empty() ? prefix : nullptr;
 }
 
-void CXmlTextWriter::PutQualifiedName(const std::wstring& prefix, const std::wstring& localName)
+void CXmlTextWriter::CImpl::PutQualifiedName(const std::wstring& prefix,
+                                             const std::wstring& localName)
 {
     if (!prefix.empty()) {
-        Put(prefix);
-        Put(L':');
+        m_out.Put(prefix);
+        m_out.Put(L':');
     }
-    Put(localName);
+    m_out.Put(localName);
 }
 
-void CXmlTextWriter::PutEndTag(size_t tagOffset, size_t tagLength, uint64_t drains,
-                               const std::wstring& prefix, const std::wstring& localName)
+void CXmlTextWriter::CImpl::PutEndTag(size_t tagOffset, size_t tagLength, uint64_t drains,
+                                      const std::wstring& prefix, const std::wstring& localName)
 {
-    if (drains == m_ullDrains && m_cchPending + tagLength + 3 <= kPendingCapacity) {
-        PutEndTagAt(m_pending + m_cchPending, m_pending + tagOffset, tagLength);
-        m_cchPending += tagLength + 3;
+    if (drains == m_out.Drains() && m_out.Fits(tagLength + 3)) {
+        m_out.Commit(PutEndTagAt(m_out.End(), m_out.At(tagOffset), tagLength));
     } else {
-        Put(L"</", 2);
+        m_out.Put(L"</", 2);
         PutQualifiedName(prefix, localName);
-        Put(L'>');
+        m_out.Put(L'>');
     }
 }
 
-void CXmlTextWriter::WriteSimpleElement(const std::wstring& localName,
-                                        const std::wstring& namespaceUri, const std::wstring& text,
-                                        ItemType itemType, bool valueIsDefault)
+void CXmlTextWriter::CImpl::WriteSimpleElement(const std::wstring& localName,
+                                               const std::wstring& namespaceUri,
+                                               const std::wstring& text, ItemType itemType,
+                                               bool valueIsDefault)
 {
-    CXmlWriterContext* const parent = m_pContext;
+    CXmlWriterContext* const parent = Current();
     const std::wstring* prefix = parent ? PrefixInScope(*parent, namespaceUri) : nullptr;
     if (prefix == nullptr) {
         // The root element, or one that declares a namespace: the general
         // path knows how.
-        CXmlWriter::WriteSimpleElement(localName, namespaceUri, text, itemType, valueIsDefault);
+        m_writer.CXmlWriter::WriteSimpleElement(localName, namespaceUri, text, itemType,
+                                                valueIsDefault);
         return;
     }
     const bool empty =
@@ -725,7 +642,7 @@ void CXmlTextWriter::WriteSimpleElement(const std::wstring& localName,
     // brackets, the text and a line end. Line ends are stored two
     // characters at a time.
     const size_t most = 3 + indentLength + 2 * tagLength + 5 + text.size() + 2;
-    if (m_cchPending + most > kPendingCapacity || indentLength > m_strIndentRun.size()) {
+    if (!m_out.Fits(most) || indentLength > m_strIndentRun.size()) {
         WriteSimpleElementPiecewise(*parent, *prefix, localName, text, empty);
         return;
     }
@@ -735,7 +652,7 @@ void CXmlTextWriter::WriteSimpleElement(const std::wstring& localName,
     // its length, zero when not formatting.
     const wchar_t* const eol = m_strEOLChars.c_str();
     const size_t eolLength = m_bFormatting ? m_strEOLChars.size() : 0;
-    wchar_t* o = m_pending + m_cchPending;
+    wchar_t* o = m_out.End();
     parent->IncrementChildCount();
     if (parent->IsStartTagOpen()) {
         parent->SetStartTagOpen(false);
@@ -744,7 +661,7 @@ void CXmlTextWriter::WriteSimpleElement(const std::wstring& localName,
         o[2] = eol[1];
         o += 1 + eolLength;
     }
-    CopyShort(o, m_strIndentRun.data(), indentLength);
+    CTextWriterBuffer::CopyShort(o, m_strIndentRun.data(), indentLength);
     o += indentLength;
     *o++ = L'<';
     wchar_t* const tag = o;
@@ -759,19 +676,19 @@ void CXmlTextWriter::WriteSimpleElement(const std::wstring& localName,
         o += done;
         if (done != text.size()) {
             // Something to escape, or CDATA: the rest goes the general way.
-            m_cchPending = static_cast<size_t>(o - m_pending);
-            const auto tagOffset = static_cast<size_t>(tag - m_pending);
-            const uint64_t drains = m_ullDrains;
+            m_out.Commit(o);
+            const auto tagOffset = static_cast<size_t>(tag - m_out.At(0));
+            const uint64_t drains = m_out.Drains();
             if (done == 0 && StartsCData(text.c_str())) {
-                PutText(text.c_str());
+                m_out.PutText(text.c_str());
             } else {
                 WriteEscaped(text.data() + done, text.size() - done, false);
             }
             PutEndTag(tagOffset, tagLength, drains, *prefix, localName);
             if (m_bFormatting) {
-                Put(m_strEOLChars);
+                m_out.Put(m_strEOLChars);
             }
-            EndConstruct();
+            m_out.EndConstruct();
             return;
         }
         o = PutEndTagAt(o, tag, tagLength);
@@ -779,78 +696,216 @@ void CXmlTextWriter::WriteSimpleElement(const std::wstring& localName,
     o[0] = eol[0];
     o[1] = eol[1];
     o += eolLength;
-    m_cchPending = static_cast<size_t>(o - m_pending);
-    EndConstruct();
+    m_out.Commit(o);
+    m_out.EndConstruct();
 }
 
-void CXmlTextWriter::WriteSimpleElementPiecewise(CXmlWriterContext& parent,
-                                                 const std::wstring& prefix,
-                                                 const std::wstring& localName,
-                                                 const std::wstring& text, bool empty)
+void CXmlTextWriter::CImpl::WriteSimpleElementPiecewise(CXmlWriterContext& parent,
+                                                        const std::wstring& prefix,
+                                                        const std::wstring& localName,
+                                                        const std::wstring& text, bool empty)
 {
     CloseParentStartTag();
     if (m_bFormatting) {
         WriteIndent(parent.GetDepth() + 1);
     }
-    Put(L'<');
-    const size_t tagOffset = m_cchPending;
-    const uint64_t drains = m_ullDrains;
+    m_out.Put(L'<');
+    const size_t tagOffset = m_out.Size();
+    const uint64_t drains = m_out.Drains();
     PutQualifiedName(prefix, localName);
-    const size_t tagLength = m_cchPending - tagOffset;
+    const size_t tagLength = m_out.Size() - tagOffset;
     if (empty) {
-        Put(L"/>", 2);
+        m_out.Put(L"/>", 2);
     } else {
-        Put(L'>');
+        m_out.Put(L'>');
         if (StartsCData(text.c_str())) {
-            PutText(text.c_str());
+            m_out.PutText(text.c_str());
         } else {
             WriteEscaped(text.data(), text.size(), false);
         }
         PutEndTag(tagOffset, tagLength, drains, prefix, localName);
     }
     if (m_bFormatting) {
-        Put(m_strEOLChars);
+        m_out.Put(m_strEOLChars);
     }
-    EndConstruct();
+    m_out.EndConstruct();
+}
+
+void CXmlTextWriter::CImpl::WriteXsiType(const wchar_t* typeNamespaceUri,
+                                         const wchar_t* typeLocalName, ItemType itemType)
+{
+    CXmlWriterContext& context = RequireOpenStartTag();
+    const std::wstring typeUri(OrEmpty(typeNamespaceUri));
+    if (!typeUri.empty() && typeUri != context.GetDefaultNamespace()) {
+        std::wstring prefix = context.GetNamespaceMapValue(typeUri);
+        if (prefix.empty()) {
+            prefix = m_writer.GeneratePrefix();
+            context.AddNamespace(prefix, typeUri);
+            // The attribute below brings its own leading space, so two
+            // spaces separate this declaration from it.
+            m_out.Put(L' ');
+            WriteNamespaceDeclaration(prefix, typeUri);
+            m_out.Put(L' ');
+        }
+        std::wstring value = prefix + L':' + OrEmpty(typeLocalName);
+        m_writer.WriteAttribute(L"type", XsiNamespaceUri, value.c_str(), itemType);
+    } else {
+        m_writer.WriteAttribute(L"type", XsiNamespaceUri, OrEmpty(typeLocalName), itemType);
+    }
+}
+
+void CXmlTextWriter::CImpl::WriteNil()
+{
+    RequireOpenStartTag();
+    m_writer.WriteAttribute(L"nil", XsiNamespaceUri, L"true", ItemType_boolean);
+}
+
+// --- The public class hands every event to its state ---------------------
+
+namespace {
+CTextStream* RequireStream(CTextStream* stream)
+{
+    if (stream == nullptr) {
+        throw CVxInvalidParamException(L"The output stream may not be NULL.");
+    }
+    return stream;
+}
+} // namespace
+
+CXmlTextWriter::CXmlTextWriter(CTextStream* stream)
+    : CXmlWriter(L"CXmlTextWriter"), m_pImpl(std::make_unique<CImpl>(*this, RequireStream(stream)))
+{
+}
+
+CXmlTextWriter::~CXmlTextWriter() = default;
+
+void CXmlTextWriter::StartDocument()
+{
+    CXmlWriter::StartDocument();
+    m_pImpl->StartDocument();
+}
+
+void CXmlTextWriter::EndDocument()
+{
+    m_pImpl->EndDocument();
+    CXmlWriter::EndDocument();
+}
+
+void CXmlTextWriter::WriteXmlDeclaration()
+{
+    m_pImpl->WriteXmlDeclaration();
+}
+
+void CXmlTextWriter::WriteHeadedDirective(const wchar_t* text)
+{
+    m_pImpl->WriteHeadedDirective(text);
+}
+
+void CXmlTextWriter::WriteComment(const wchar_t* text)
+{
+    m_pImpl->WriteComment(text);
+}
+
+void CXmlTextWriter::WriteRawBlock(const wchar_t* text)
+{
+    m_pImpl->WriteRawBlock(text);
+}
+
+void CXmlTextWriter::WriteRawLine(const wchar_t* text)
+{
+    m_pImpl->WriteRawLine(text);
+}
+
+void CXmlTextWriter::StartElement(const wchar_t* localName, const wchar_t* namespaceUri)
+{
+    m_pImpl->StartElement(localName, namespaceUri);
+}
+
+void CXmlTextWriter::WriteElementText(const wchar_t* text, ItemType /*itemType*/,
+                                      bool valueIsDefault)
+{
+    m_pImpl->WriteElementText(text, valueIsDefault);
+}
+
+void CXmlTextWriter::EndElement()
+{
+    m_pImpl->EndElement();
+}
+
+void CXmlTextWriter::WriteAttribute(const wchar_t* localName, const wchar_t* namespaceUri,
+                                    const wchar_t* value, ItemType /*itemType*/)
+{
+    m_pImpl->WriteAttribute(localName, namespaceUri, value);
 }
 
 void CXmlTextWriter::WriteXsiType(const wchar_t* typeNamespaceUri, const wchar_t* typeLocalName,
                                   ItemType itemType)
 {
-    if (m_pContext == nullptr) {
-        throw CVxInvalidStateException(kMsgNoElementOpen);
-    }
-    if (!m_pContext->IsStartTagOpen()) {
-        throw CVxException(kMsgAttributesFirst);
-    }
-    const std::wstring typeUri(OrEmpty(typeNamespaceUri));
-    if (!typeUri.empty() && typeUri != m_pContext->GetDefaultNamespace()) {
-        std::wstring prefix = m_pContext->GetNamespaceMapValue(typeUri);
-        if (prefix.empty()) {
-            prefix = GeneratePrefix();
-            m_pContext->AddNamespace(prefix, typeUri);
-            // The attribute below brings its own leading space, so two
-            // spaces separate this declaration from it.
-            Put(L' ');
-            WriteNamespaceDeclaration(prefix, typeUri);
-            Put(L' ');
-        }
-        std::wstring value = prefix + L':' + OrEmpty(typeLocalName);
-        WriteAttribute(L"type", XsiNamespaceUri, value.c_str(), itemType);
-    } else {
-        WriteAttribute(L"type", XsiNamespaceUri, OrEmpty(typeLocalName), itemType);
-    }
+    m_pImpl->WriteXsiType(typeNamespaceUri, typeLocalName, itemType);
 }
 
 void CXmlTextWriter::WriteNil()
 {
-    if (m_pContext == nullptr) {
-        throw CVxInvalidStateException(kMsgNoElementOpen);
+    m_pImpl->WriteNil();
+}
+
+void CXmlTextWriter::WriteSimpleElement(const std::wstring& localName,
+                                        const std::wstring& namespaceUri, const std::wstring& text,
+                                        ItemType itemType, bool valueIsDefault)
+{
+    m_pImpl->WriteSimpleElement(localName, namespaceUri, text, itemType, valueIsDefault);
+}
+
+bool CXmlTextWriter::GetFormatting() const
+{
+    return m_pImpl->m_bFormatting;
+}
+
+void CXmlTextWriter::SetFormatting(bool formatting)
+{
+    assert(m_pContext == nullptr && "m_pContext == 0");
+    m_pImpl->m_bFormatting = formatting;
+}
+
+const std::wstring& CXmlTextWriter::GetIndentChars() const
+{
+    return m_pImpl->m_strIndentChars;
+}
+
+void CXmlTextWriter::SetIndentChars(const wchar_t* indentChars)
+{
+    m_pImpl->m_strIndentChars = OrEmpty(indentChars);
+    m_pImpl->m_strIndentRun.clear();
+}
+
+EOLType CXmlTextWriter::GetEOLType() const
+{
+    return m_pImpl->m_EOLType;
+}
+
+void CXmlTextWriter::SetEOLType(EOLType type)
+{
+    switch (type) {
+    case EOL_CRLF:
+        m_pImpl->m_strEOLChars = L"\r\n";
+        break;
+    case EOL_LF:
+        m_pImpl->m_strEOLChars = L"\n";
+        break;
+    default:
+        throw CVxException(L"Invalid EOL type.");
     }
-    if (!m_pContext->IsStartTagOpen()) {
-        throw CVxException(kMsgAttributesFirst);
-    }
-    WriteAttribute(L"nil", XsiNamespaceUri, L"true", ItemType_boolean);
+    m_pImpl->m_EOLType = type;
+}
+
+bool CXmlTextWriter::GetWriteDefaultElementValues() const
+{
+    return m_pImpl->m_bWriteDefaultElementValues;
+}
+
+void CXmlTextWriter::SetWriteDefaultElementValues(bool write)
+{
+    m_pImpl->m_bWriteDefaultElementValues = write;
 }
 
 } // namespace VxXmlLib16

@@ -1,3 +1,4 @@
+// For generated code only: applications never use this header directly.
 // The metadata of one attribute of a generated class.
 #pragma once
 

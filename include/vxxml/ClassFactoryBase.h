@@ -1,3 +1,4 @@
+// For generated code only: applications never use this header directly.
 // Helpers for the class factories that generated code provides.
 #pragma once
 

@@ -1,3 +1,4 @@
+// For generated code only: applications never use this header directly.
 // The metadata of one child element of a generated class: the frame shared by
 // every compositor (sequence, all, choice) and content kind.
 #pragma once

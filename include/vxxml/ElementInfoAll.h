@@ -1,3 +1,4 @@
+// For generated code only: applications never use this header directly.
 // Element metadata of the children of an xs:all. Each member tests only the
 // element at the cursor, so the children may come in any order; mandatory
 // members report their absence afterwards, through Validate.

@@ -1,3 +1,4 @@
+// For generated code only: applications never use this header directly.
 // Element metadata of the members of an xs:choice. Every member is optional
 // by nature: the owner reads the first member present and keeps the name of
 // the one that is set. A class member hands its child the "optional" flag

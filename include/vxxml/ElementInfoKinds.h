@@ -1,3 +1,4 @@
+// For generated code only: applications never use this header directly.
 // The content kinds of element metadata: primitive, enumeration, class,
 // abstract class, untyped and the three collection bases. Each concrete
 // member (CElementInfoSeqPrimMnd and its kin) is one of these kinds placed in

@@ -1,3 +1,4 @@
+// For generated code only: applications never use this header directly.
 // Element metadata of the children of an xs:sequence. Members are read in
 // schema order from one shared cursor: a mandatory member skips foreign
 // elements before it only when the context ignores unknown elements, and is

@@ -1,3 +1,4 @@
+// For generated code only: applications never use this header directly.
 // The description of a generated class itself, returned by its GetClassInfo.
 #pragma once
 

@@ -1,3 +1,4 @@
+// For generated code only: applications never use this header directly.
 // The XML Schema facets of one primitive member, as generated code records
 // them for its element and attribute metadata.
 #pragma once

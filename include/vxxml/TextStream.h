@@ -68,9 +68,7 @@ public:
     // The bytes of a large document (a megabyte or more) are kept, once the
     // last CBinaryData holding them is gone, for the next large document, so
     // that the kernel need not supply and clear fresh pages for each one:
-    // one block of up to 64 MiB per process. This unmaps it at once, for a
-    // program that is done with large documents.
-    static void ReleaseCachedMemory();
+    // one block of up to 64 MiB per process (see ReleaseCachedMemory).
 
 protected:
     CTextStream(const wchar_t* monitorName, XmlEncoding encoding);

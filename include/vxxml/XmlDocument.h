@@ -71,10 +71,8 @@ public:
 
     // Large trees take their memory in 2 MiB chunks, and up to 64 MiB of
     // chunks that finished documents gave back are kept for the next large
-    // document (so that the kernel need not clear fresh pages for each one).
-    // This unmaps the kept chunks at once, for a program that is done with
-    // large documents.
-    static void ReleaseCachedMemory();
+    // document, so that the kernel need not clear fresh pages for each one
+    // (see ReleaseCachedMemory).
 
 protected:
     // Releases the tree, the tables and any input still held.

@@ -7,6 +7,7 @@
 #include <vxxml/BigInteger.h>
 #include <vxxml/BinaryData.h>
 #include <vxxml/BinaryStream.h>
+#include <vxxml/CachedMemory.h>
 #include <vxxml/ClassFactoryBase.h>
 #include <vxxml/Conversions.h>
 #include <vxxml/CriticalSection.h>

@@ -1,3 +1,4 @@
+#include "base/ThreadScratch.h"
 #include "core/MergedChildren.h"
 #include "core/ParsedFacets.h"
 #include "core/ValueScratch.h"
@@ -15,6 +16,8 @@
 #include <vxxml/XmlWriter.h>
 
 using namespace VxXmlLib16;
+using VxXmlLib16::detail::CScratchUse;
+using VxXmlLib16::detail::ScratchSlot;
 
 namespace VxXmlLib16Data {
 namespace {
@@ -539,9 +542,11 @@ void CElementInfo::ReadSimple(const CSerializationContext& context, CXmlGenerate
     // A string value takes the text over; any other value is converted from
     // it at once, so one buffer per thread serves all of them.
     const bool keepsText = !isEnum && m_primitiveType == ItemType_string;
-    thread_local std::wstring scratch;
+    // Marked in use: the setter below may call out to code that releases
+    // the thread's cached memory.
+    CScratchUse<std::wstring> scratch(ScratchSlot::ElementText);
     std::wstring ownText;
-    std::wstring& text = keepsText ? ownText : scratch;
+    std::wstring& text = keepsText || scratch.Get() == nullptr ? ownText : *scratch.Get();
     if (ReadNilAndText(context, element, value, text)) {
         try {
             if (isEnum) {
@@ -556,8 +561,8 @@ void CElementInfo::ReadSimple(const CSerializationContext& context, CXmlGenerate
         }
         InvokePropertySet(owner, value, element);
     }
-    if (scratch.capacity() > kLargestKeptScratch) {
-        scratch = std::wstring(); // one huge value does not pin its memory
+    if (scratch.Get() != nullptr && scratch.Get()->capacity() > kLargestKeptScratch) {
+        *scratch.Get() = std::wstring(); // one huge value does not pin its memory
     }
     // A nil element leaves the property as Init() set it: the property is
     // deliberately not assigned.

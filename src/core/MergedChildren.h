@@ -2,7 +2,7 @@
 // their attributes and their content. Internal to the library.
 #pragma once
 
-#include "core/ThreadLocal.h"
+#include "base/ThreadScratch.h"
 
 #include <new>
 #include <vxxml/VxVariant.h>
@@ -26,16 +26,16 @@ public:
     // An inactive keeper (for content merged into an element written
     // further out) leaves that element's keeper in charge.
     explicit CMergedChildren(bool active) noexcept
-        : m_pOuter(active ? t_top : nullptr), m_bActive(active)
+        : m_pOuter(active ? Top() : nullptr), m_bActive(active)
     {
         if (active) {
-            t_top = this;
+            CThreadScratch::MergedChildrenTop() = this;
         }
     }
     ~CMergedChildren()
     {
         if (m_bActive) {
-            t_top = m_pOuter;
+            CThreadScratch::MergedChildrenTop() = m_pOuter;
             for (int i = 0; i < m_count; ++i) {
                 Slot(i).~VxVariant();
             }
@@ -49,7 +49,7 @@ public:
     // are used up (the content then reads the child again).
     static VxVariant* Keep(const void* member, const void* owner) noexcept
     {
-        CMergedChildren* keeper = t_top;
+        CMergedChildren* keeper = Top();
         if (keeper == nullptr || keeper->m_count == kSlots) {
             return nullptr;
         }
@@ -63,7 +63,7 @@ public:
     // element's write ends), handed out once; null when nothing was kept.
     static const VxVariant* Take(const void* member, const void* owner) noexcept
     {
-        CMergedChildren* keeper = t_top;
+        CMergedChildren* keeper = Top();
         if (keeper == nullptr) {
             return nullptr;
         }
@@ -80,7 +80,10 @@ private:
     static constexpr int kSlots = 4;
     VxVariant& Slot(int i) { return *std::launder(reinterpret_cast<VxVariant*>(m_storage[i])); }
 
-    static __thread CMergedChildren* t_top VXXML_TLS_INITIAL_EXEC;
+    static CMergedChildren* Top() noexcept
+    {
+        return static_cast<CMergedChildren*>(CThreadScratch::MergedChildrenTop());
+    }
 
     CMergedChildren* const m_pOuter;
     const bool m_bActive;

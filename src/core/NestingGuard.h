@@ -2,7 +2,7 @@
 // elements.
 #pragma once
 
-#include "core/ThreadLocal.h"
+#include "base/ThreadScratch.h"
 
 #include <vxxml/Exceptions.h>
 #include <vxxml/FormatString.h>
@@ -20,7 +20,7 @@ class NestingGuard
 public:
     static constexpr int kMaxDepth = 1000;
 
-    NestingGuard() : m_depth(Depth())
+    NestingGuard() : m_depth(CThreadScratch::NestingDepth())
     {
         if (++m_depth > kMaxDepth) {
             --m_depth;
@@ -35,13 +35,6 @@ public:
     NestingGuard& operator=(const NestingGuard&) = delete;
 
 private:
-    // Fetched once per level, and with initial-exec without a call.
-    static int& Depth()
-    {
-        thread_local int depth VXXML_TLS_INITIAL_EXEC = 0;
-        return depth;
-    }
-
     int& m_depth;
 };
 

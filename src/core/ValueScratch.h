@@ -2,7 +2,7 @@
 // value after another. Internal to the library.
 #pragma once
 
-#include "core/ThreadLocal.h"
+#include "base/ThreadScratch.h"
 
 #include <array>
 #include <cstdint>
@@ -16,9 +16,10 @@ namespace VxXmlLib16::detail {
 // Writing reads every simple property into a variant, formats it and hands
 // the text on. A fresh variant and string per value cost a heap block each
 // for strings, decimals and date-times (the accessor's copy and the
-// formatted text). Each thread keeps one set instead: variants that keep
-// their holders from value to value (one per family of kinds, since a
-// scalar would push a kept holder out) and one text buffer.
+// formatted text). Each thread keeps one set instead, in its scratch slot
+// ValueLease: variants that keep their holders from value to value (one per
+// family of kinds, since a scalar would push a kept holder out) and one text
+// buffer.
 //
 // A lease hands them out for one value. Writing may be re-entered (an
 // accessor may itself write another document), so a lease taken while the
@@ -30,10 +31,11 @@ public:
     // too, it only reuses less.
     explicit CValueLease(ItemType expected)
     {
-        CShared* shared = t_state.shared;
-        if (shared != nullptr && !shared->busy) [[likely]] {
-            shared->busy = true;
-            m_pShared = shared;
+        CThreadScratch::CSlot& slot = CThreadScratch::Slot(ScratchSlot::ValueLease);
+        if (slot.object != nullptr && slot.users == 0) [[likely]] {
+            slot.users = 1;
+            auto* shared = static_cast<CShared*>(slot.object);
+            m_pSlot = &slot;
             m_pValue = &shared->values[FamilyOf(expected)];
             m_pText = &shared->text;
         } else {
@@ -42,12 +44,12 @@ public:
     }
     ~CValueLease()
     {
-        if (m_pShared != nullptr) [[likely]] {
+        if (m_pSlot != nullptr) [[likely]] {
             m_pValue->SetInvalidKeepingStorage();
             if (m_pText->capacity() > kLargestKeptText) [[unlikely]] {
                 DropText();
             }
-            m_pShared->busy = false;
+            m_pSlot->users = 0;
         }
     }
     CValueLease(const CValueLease&) = delete;
@@ -64,18 +66,7 @@ private:
     {
         VxVariant values[kFamilies];
         std::wstring text;
-        bool busy = false;
     };
-    // Plain data, so that reaching it is one thread-local lookup with no
-    // initialisation check; the set itself is made on a thread's first
-    // lease and freed when the thread ends.
-    struct CThreadState
-    {
-        CShared* shared;
-        bool closed; // the thread is ending: leases use their own variant
-    };
-    // Every value written takes a lease: initial-exec, so no call per value.
-    static __thread CThreadState t_state VXXML_TLS_INITIAL_EXEC;
 
     static Family FamilyOf(ItemType type)
     {
@@ -96,13 +87,14 @@ private:
         const auto index = static_cast<uint32_t>(type);
         return index < kTable.size() ? static_cast<Family>(kTable[index]) : kOther;
     }
-    // The slow paths: the thread's first lease, and a nested one.
+    // The slow paths: the thread's first lease, a nested one, and one while
+    // the thread ends.
     void Begin(ItemType expected);
     // Gives back what the text buffer grew to for one huge value.
     void DropText() noexcept;
     static constexpr size_t kLargestKeptText = 1 << 16;
 
-    CShared* m_pShared = nullptr;
+    CThreadScratch::CSlot* m_pSlot = nullptr;
     VxVariant* m_pValue = nullptr;
     std::wstring* m_pText = nullptr;
     // A nested lease's own pair: one pointer to test when a lease ends.

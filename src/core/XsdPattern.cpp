@@ -1,9 +1,13 @@
 #include "core/XsdPattern.h"
 
+#include "base/CachedMemory.h"
+#include "base/ThreadScratch.h"
+
 #define PCRE2_CODE_UNIT_WIDTH 32
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <pcre2.h>
@@ -803,24 +807,17 @@ pcre2_match_context* MatchContext()
     return limits.Get();
 }
 
-// Match data is scratch space of one match at a time: each thread keeps one.
-// Only whole-value success matters, so one offset pair is enough.
-pcre2_match_data* ThreadMatchData()
+// Match data is scratch space of one match at a time: each thread keeps one
+// in its scratch slot. Only whole-value success matters, so one offset pair
+// is enough.
+struct CMatchData
 {
-    struct Holder
-    {
-        pcre2_match_data* data = pcre2_match_data_create(1, nullptr);
-        Holder() = default;
-        Holder(const Holder&) = delete;
-        Holder& operator=(const Holder&) = delete;
-        ~Holder() { pcre2_match_data_free(data); }
-    };
-    thread_local const Holder holder;
-    if (!holder.data) {
-        throw CVxException(L"Out of memory creating the PCRE2 match data");
-    }
-    return holder.data;
-}
+    pcre2_match_data* data = pcre2_match_data_create(1, nullptr);
+    CMatchData() = default;
+    CMatchData(const CMatchData&) = delete;
+    CMatchData& operator=(const CMatchData&) = delete;
+    ~CMatchData() { pcre2_match_data_free(data); }
+};
 
 // --- A direct matcher for the simplest patterns --------------------------
 //
@@ -1212,7 +1209,17 @@ bool CXsdPattern::Matches(std::wstring_view value) const
             return result == 1;
         }
     }
-    pcre2_match_data* data = ThreadMatchData();
+    // While the thread ends its scratch is gone: then this match has its own.
+    std::unique_ptr<CMatchData> own;
+    CMatchData* matchData = CThreadScratch::Get<CMatchData>(ScratchSlot::PatternMatch);
+    if (matchData == nullptr) {
+        own = std::make_unique<CMatchData>();
+        matchData = own.get();
+    }
+    pcre2_match_data* const data = matchData->data;
+    if (data == nullptr) {
+        throw CVxException(L"Out of memory creating the PCRE2 match data");
+    }
     const auto subject = reinterpret_cast<PCRE2_SPTR>(value.data());
     pcre2_match_context* const limits = MatchContext();
     // pcre2_jit_match does no UTF check of its own; the loop above stands in for it.
@@ -1242,22 +1249,44 @@ bool CXsdPattern::Matches(std::wstring_view value) const
                                     PcreErrorText(rc).c_str()));
 }
 
+namespace {
+
+// An entry holds either the compiled pattern or the message it failed with,
+// so that a bad facet is not translated again for every value.
+struct CPatternCacheEntry
+{
+    std::shared_ptr<const CXsdPattern> compiled;
+    std::wstring error;
+};
+struct CPatternCache
+{
+    std::mutex mutex;
+    std::unordered_map<std::wstring, CPatternCacheEntry> entries;
+};
+CPatternCache& PatternCache()
+{
+    static CPatternCache cache;
+    return cache;
+}
+// Patterns in use stay alive through their shared pointers.
+void ClearPatternCache() noexcept
+{
+    CPatternCache& cache = PatternCache();
+    std::lock_guard<std::mutex> lock(cache.mutex);
+    cache.entries.clear();
+}
+
+} // namespace
+
 std::shared_ptr<const CXsdPattern> CXsdPattern::Get(const std::wstring& pattern)
 {
-    // An entry holds either the compiled pattern or the message it failed
-    // with, so that a bad facet is not translated again for every value.
-    struct Entry
+    static const bool registered = (RegisterCacheRelease(&ClearPatternCache), true);
+    (void)registered;
+    CPatternCache& cache = PatternCache();
     {
-        std::shared_ptr<const CXsdPattern> compiled;
-        std::wstring error;
-    };
-    static std::mutex mutex;
-    static std::unordered_map<std::wstring, Entry> cache;
-
-    {
-        std::lock_guard<std::mutex> lock(mutex);
-        auto it = cache.find(pattern);
-        if (it != cache.end()) {
+        std::lock_guard<std::mutex> lock(cache.mutex);
+        auto it = cache.entries.find(pattern);
+        if (it != cache.entries.end()) {
             if (!it->second.compiled) {
                 throw CVxException(it->second.error);
             }
@@ -1266,18 +1295,19 @@ std::shared_ptr<const CXsdPattern> CXsdPattern::Get(const std::wstring& pattern)
     }
     // Compile outside the lock: two threads may compile the same new pattern
     // at once, which costs time but gives the same result.
-    Entry entry;
+    CPatternCacheEntry entry;
     try {
         entry.compiled = std::make_shared<const CXsdPattern>(pattern);
     } catch (const CVxException& e) {
         entry.error = e.GetMessage();
     }
     {
-        std::lock_guard<std::mutex> lock(mutex);
-        if (cache.size() >= CacheCapacity && cache.find(pattern) == cache.end()) {
-            cache.erase(cache.begin());
+        std::lock_guard<std::mutex> lock(cache.mutex);
+        if (cache.entries.size() >= CacheCapacity &&
+            cache.entries.find(pattern) == cache.entries.end()) {
+            cache.entries.erase(cache.entries.begin());
         }
-        cache.insert_or_assign(pattern, entry);
+        cache.entries.insert_or_assign(pattern, entry);
     }
     if (!entry.compiled) {
         throw CVxException(entry.error);

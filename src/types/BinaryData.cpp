@@ -1,4 +1,4 @@
-#include "types/LargeBlocks.h"
+#include "base/MappedMemory.h"
 #include "types/Utf16Bytes.h"
 
 #include <algorithm>

@@ -1,5 +1,8 @@
+#include "base/ThreadScratch.h"
+
 #include <cassert>
 #include <cstring>
+#include <new>
 #include <type_traits>
 #include <utility>
 #include <vxxml/BigInteger.h>
@@ -15,6 +18,9 @@
 
 namespace VxXmlLib16 {
 namespace {
+
+using detail::CThreadScratch;
+using detail::ScratchSlot;
 
 // GetType() names, indexed by ItemType; null where the kind has no name.
 constexpr const wchar_t* kTypeNames[] = {
@@ -81,17 +87,19 @@ bool IsSmall(const CDateTime&) noexcept
     return true;
 }
 
+template <class T> constexpr ScratchSlot kShelfSlot = ScratchSlot::StringHolders;
+template <> constexpr ScratchSlot kShelfSlot<CDecimal> = ScratchSlot::DecimalHolders;
+template <> constexpr ScratchSlot kShelfSlot<CDateTime> = ScratchSlot::DateTimeHolders;
+
+// The thread's few spare holders of one kind, in its scratch slot.
 template <class T> class CShelf
 {
 public:
     // A spare holder (its content is unspecified), or null.
     static T* Take() noexcept
     {
-        if (Closed()) {
-            return nullptr;
-        }
-        Store& store = Instance();
-        return store.count > 0 ? store.items[--store.count] : nullptr;
+        auto* store = static_cast<CStore*>(CThreadScratch::Slot(kShelfSlot<T>).object);
+        return store != nullptr && store->count > 0 ? store->items[--store->count] : nullptr;
     }
 
     static void Drop(T* item) noexcept
@@ -99,11 +107,10 @@ public:
         if (item == nullptr) {
             return;
         }
-        // During thread exit the shelf may already be gone: delete then.
-        if (!Closed() && IsSmall(*item)) {
-            Store& store = Instance();
-            if (store.count < kCapacity) {
-                store.items[store.count++] = item;
+        if (IsSmall(*item)) {
+            CStore* store = Store();
+            if (store != nullptr && store->count < kCapacity) {
+                store->items[store->count++] = item;
                 return;
             }
         }
@@ -128,29 +135,29 @@ public:
 
 private:
     static constexpr size_t kCapacity = 4;
-    struct Store
+    struct CStore
     {
         T* items[kCapacity] = {};
         size_t count = 0;
-        ~Store()
+        CStore() = default;
+        CStore(const CStore&) = delete;
+        CStore& operator=(const CStore&) = delete;
+        ~CStore()
         {
-            Closed() = true;
             while (count > 0) {
                 delete items[--count];
             }
         }
     };
-    // Trivially destructible, so it can still be read after the thread's
-    // Store was destroyed.
-    static bool& Closed() noexcept
+    // Null while the thread ends (the holder is then simply deleted), and
+    // when there is no memory for the store itself.
+    static CStore* Store() noexcept
     {
-        thread_local bool closed = false;
-        return closed;
-    }
-    static Store& Instance() noexcept
-    {
-        thread_local Store store;
-        return store;
+        try {
+            return CThreadScratch::Get<CStore>(kShelfSlot<T>);
+        } catch (const std::bad_alloc&) {
+            return nullptr;
+        }
     }
 };
 

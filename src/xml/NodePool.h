@@ -1,12 +1,12 @@
 // Internal: the allocator behind the nodes and texts of one document.
 #pragma once
 
+#include "base/MappedMemory.h"
+
 #include <cstddef>
 #include <cstdlib>
 #include <cstring>
-#include <mutex>
 #include <new>
-#include <sys/mman.h>
 #include <vector>
 
 namespace VxXmlLib16::detail {
@@ -21,74 +21,6 @@ namespace VxXmlLib16::detail {
 //
 // Under AddressSanitizer every block is its own malloc, so that the
 // sanitizer still sees each node's lifetime.
-// The 2 MiB chunks of large trees, given back by the documents that are
-// done with them and kept (up to 64 MiB) for the next large document. A
-// program that reads one large document after another then reuses the same
-// memory instead of having the kernel clear fresh pages for every document:
-// for a tree of tens of megabytes that clearing is a tenth of the read. This
-// is the same order of memory that malloc itself keeps after large frees;
-// CXmlDocument::ReleaseCachedMemory gives it back at once. (Marking the kept
-// chunks MADV_FREE instead was measured: the kernel's bookkeeping on reuse
-// cost as much as it saved.)
-class MappedChunkCache
-{
-public:
-    static constexpr size_t kChunkBytes = 2 << 20;
-    static constexpr size_t kMaxKept = 32; // 64 MiB
-
-    // A kept chunk, or null.
-    static void* Take()
-    {
-        std::lock_guard lock(Mutex());
-        std::vector<void*>& kept = Kept();
-        if (kept.empty()) {
-            return nullptr;
-        }
-        void* chunk = kept.back();
-        kept.pop_back();
-        return chunk;
-    }
-    static void Give(void* chunk)
-    {
-        {
-            std::lock_guard lock(Mutex());
-            std::vector<void*>& kept = Kept();
-            // Room was reserved up front: keeping a chunk never allocates,
-            // so giving one back cannot fail.
-            if (kept.size() < kMaxKept && kept.size() < kept.capacity()) {
-                kept.push_back(chunk);
-                return;
-            }
-        }
-        munmap(chunk, kChunkBytes);
-    }
-    // Unmaps every kept chunk.
-    static void Clear()
-    {
-        std::lock_guard lock(Mutex());
-        for (void* chunk : Kept()) {
-            munmap(chunk, kChunkBytes);
-        }
-        Kept().clear(); // keeps its capacity
-    }
-
-private:
-    static std::mutex& Mutex()
-    {
-        static std::mutex* mutex = new std::mutex;
-        return *mutex;
-    }
-    static std::vector<void*>& Kept()
-    {
-        static auto* kept = [] {
-            auto* v = new std::vector<void*>;
-            v->reserve(kMaxKept);
-            return v;
-        }();
-        return *kept;
-    }
-};
-
 class NodePool
 {
 public:
@@ -176,7 +108,7 @@ public:
         }
         m_chunks.clear();
         for (void* chunk : m_mappedChunks) {
-            MappedChunkCache::Give(chunk);
+            ReleaseTreeChunk(chunk);
         }
         m_mappedChunks.clear();
         for (FreeBlock*& head : m_free) {
@@ -201,7 +133,6 @@ private:
     static constexpr size_t kMaxSmall = 1024;
     static constexpr size_t kFirstChunk = 4096;
     static constexpr size_t kLargestChunk = 1 << 20; // from malloc
-    static constexpr size_t kMappedChunk = 2 << 20;
 
     void NewChunk()
     {
@@ -223,24 +154,15 @@ private:
         m_nextChunk *= 2;
     }
 
-    // A large tree takes its memory in 2 MiB mappings whose pages the kernel
-    // fills in one go (MAP_POPULATE) instead of one page fault per 4 KiB page
-    // as the nodes are written; that is a noticeable part of building a tree
-    // of hundreds of megabytes. Only the last mapping can be partly unused.
+    // A large tree takes its memory in mapped chunks (see MappedMemory.h).
+    // Only the last chunk can be partly unused.
     void NewMappedChunk()
     {
         m_mappedChunks.reserve(m_mappedChunks.size() + 1);
-        void* chunk = MappedChunkCache::Take();
-        if (chunk == nullptr) {
-            chunk = mmap(nullptr, kMappedChunk, PROT_READ | PROT_WRITE,
-                         MAP_PRIVATE | MAP_ANONYMOUS | MAP_POPULATE, -1, 0);
-        }
-        if (chunk == MAP_FAILED) {
-            throw std::bad_alloc();
-        }
+        void* chunk = AcquireTreeChunk();
         m_mappedChunks.push_back(chunk);
         m_cursor = static_cast<char*>(chunk);
-        m_end = m_cursor + kMappedChunk;
+        m_end = m_cursor + kTreeChunkBytes;
     }
 
     FreeBlock* m_free[kMaxSmall / 16 + 1] = {};

@@ -1,4 +1,4 @@
-#include "types/LargeBlocks.h"
+#include "base/MappedMemory.h"
 #include "types/Utf16Bytes.h"
 #include "xml/FileOutput.h"
 #include "xml/StreamMessages.h"
@@ -83,11 +83,6 @@ void CTextStream::ClearText()
     m_cchEncoded = 0;
     std::wstring().swap(m_strText);
     m_bUtf8Bytes = m_encoding == XmlEncoding_UTF8;
-}
-
-void CTextStream::ReleaseCachedMemory()
-{
-    detail::ReleaseSpareLargeBlock();
 }
 
 bool CTextStream::HoldsLargeBlock() const

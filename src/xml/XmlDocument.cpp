@@ -110,11 +110,6 @@ void CXmlDocument::Cleanup()
     CloseFile();
 }
 
-void CXmlDocument::ReleaseCachedMemory()
-{
-    detail::MappedChunkCache::Clear();
-}
-
 void CXmlDocument::ClearTree()
 {
     m_pElementStack.clear();

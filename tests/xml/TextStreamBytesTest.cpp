@@ -8,6 +8,7 @@
 #include <string>
 #include <thread>
 #include <vector>
+#include <vxxml/CachedMemory.h>
 #include <vxxml/Encoder.h>
 #include <vxxml/TextStream.h>
 
@@ -201,9 +202,9 @@ TEST(TextStreamBytes, LargeDocumentsKeepTheirBytesWhateverIsWrittenOrReleasedMea
 
     // Kept blocks given back, then kept again: neither is used twice.
     first.Clear();
-    CTextStream::ReleaseCachedMemory();
+    ReleaseCachedMemory();
     EXPECT_EQ(ToBytes(WriteDocument(c)), Utf8Of(c));
-    CTextStream::ReleaseCachedMemory();
+    ReleaseCachedMemory();
 
     first = WriteDocument(a);
     first.Clear(); // its block is now free for the next document

@@ -5,6 +5,7 @@
 #include <stdexcept>
 #include <string>
 #include <vector>
+#include <vxxml/CachedMemory.h>
 #include <vxxml/InstanceMonitor.h>
 #include <vxxml/SerializationContext.h>
 #include <vxxml/XmlDocument.h>
@@ -230,7 +231,7 @@ TEST(XmlDocument, LargeTreesReuseTheMemoryOfEarlierOnes)
     const int kItems = 60000; // well beyond the malloc'd chunks of small trees
     for (const auto& [letter, release] : {std::pair{'a', false}, {'b', false}, {'c', true}}) {
         if (release) {
-            CXmlDocument::ReleaseCachedMemory();
+            ReleaseCachedMemory();
         }
         std::string xml = document(letter, kItems - (letter - 'a') * 1000);
         CXmlDocument doc;

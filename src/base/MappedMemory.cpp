@@ -1,4 +1,4 @@
-#include "types/LargeBlocks.h"
+#include "base/MappedMemory.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -7,6 +7,7 @@
 #include <new>
 #include <sys/mman.h>
 #include <utility>
+#include <vector>
 
 namespace VxXmlLib16::detail {
 
@@ -115,14 +116,70 @@ void ReleaseLargeBlock(CLargeBlock block) noexcept
     Unmap(block);
 }
 
-void ReleaseSpareLargeBlock() noexcept
+namespace {
+
+// Nothing here is destroyed at exit either; room for every chunk kept is
+// reserved up front, so that keeping one never allocates.
+struct CSpareChunks
 {
-    CLargeBlock spare;
+    std::mutex lock;
+    std::vector<void*> chunks;
+    CSpareChunks() { chunks.reserve(kMaxSpareTreeChunks); }
+};
+CSpareChunks& SpareChunks()
+{
+    static auto* spare = new CSpareChunks;
+    return *spare;
+}
+
+} // namespace
+
+void* AcquireTreeChunk()
+{
+    {
+        CSpareChunks& spare = SpareChunks();
+        std::lock_guard guard(spare.lock);
+        if (!spare.chunks.empty()) {
+            void* chunk = spare.chunks.back();
+            spare.chunks.pop_back();
+            return chunk;
+        }
+    }
+    void* chunk = ::mmap(nullptr, kTreeChunkBytes, PROT_READ | PROT_WRITE,
+                         MAP_PRIVATE | MAP_ANONYMOUS | MAP_POPULATE, -1, 0);
+    if (chunk == MAP_FAILED) {
+        throw std::bad_alloc();
+    }
+    return chunk;
+}
+
+void ReleaseTreeChunk(void* chunk) noexcept
+{
+    {
+        CSpareChunks& spare = SpareChunks();
+        std::lock_guard guard(spare.lock);
+        if (spare.chunks.size() < kMaxSpareTreeChunks) {
+            spare.chunks.push_back(chunk);
+            return;
+        }
+    }
+    ::munmap(chunk, kTreeChunkBytes);
+}
+
+void ReleaseSpareMappedMemory() noexcept
+{
+    CLargeBlock block;
     {
         std::lock_guard guard(g_spare.lock);
-        spare = std::exchange(g_spare.block, CLargeBlock{});
+        block = std::exchange(g_spare.block, CLargeBlock{});
     }
-    Unmap(spare);
+    Unmap(block);
+    CSpareChunks& spare = SpareChunks();
+    std::lock_guard guard(spare.lock);
+    for (void* chunk : spare.chunks) {
+        ::munmap(chunk, kTreeChunkBytes);
+    }
+    spare.chunks.clear(); // keeps its capacity
 }
 
 } // namespace VxXmlLib16::detail

@@ -1,4 +1,4 @@
-#include "types/NumberMessages.h"
+#include "types/NumberErrors.h"
 
 #include <algorithm>
 #include <charconv>
@@ -207,7 +207,7 @@ void CBigInteger::BuildDWORDLONG(Digits& out, uint64_t value)
 int32_t CBigInteger::BuildDouble(Digits& out, double value)
 {
     if (!std::isfinite(value)) {
-        throw CVxInvalidValueException(NumberMessages::NotFinite(value));
+        detail::ThrowNotFinite(value);
     }
     // The shortest round-trip text gives the digits a reader of the number
     // expects, and the same ones CDecimal(double) keeps.
@@ -500,7 +500,7 @@ CBigInteger& CBigInteger::operator*=(const CBigInteger& other)
 CBigInteger& CBigInteger::operator/=(const CBigInteger& other)
 {
     if (other.IsZero()) {
-        throw CVxInvalidValueException(NumberMessages::kDivideAssign);
+        detail::ThrowDivideAssignOverflow();
     }
     Digits quotient, remainder;
     Divide(m_vecDigits, other.m_vecDigits, quotient, remainder);
@@ -513,7 +513,7 @@ CBigInteger& CBigInteger::operator/=(const CBigInteger& other)
 CBigInteger& CBigInteger::operator%=(const CBigInteger& other)
 {
     if (other.IsZero()) {
-        throw CVxInvalidValueException(NumberMessages::kModuloAssign);
+        throw CVxInvalidValueException(L"ERROR: Overflow in operator%=.");
     }
     Digits quotient, remainder;
     Divide(m_vecDigits, other.m_vecDigits, quotient, remainder);
@@ -548,7 +548,7 @@ CBigInteger CBigInteger::operator*(const CBigInteger& other) const
 CBigInteger CBigInteger::operator/(const CBigInteger& other) const
 {
     if (other.IsZero()) {
-        throw CVxInvalidValueException(NumberMessages::kDivide);
+        detail::ThrowDivideOverflow();
     }
     CBigInteger result;
     Digits remainder;
@@ -561,7 +561,7 @@ CBigInteger CBigInteger::operator/(const CBigInteger& other) const
 CBigInteger CBigInteger::operator%(const CBigInteger& other) const
 {
     if (other.IsZero()) {
-        throw CVxInvalidValueException(NumberMessages::kModulo);
+        throw CVxInvalidValueException(L"ERROR: Overflow in operator%.");
     }
     CBigInteger result;
     Digits quotient;
@@ -604,7 +604,7 @@ CBigInteger CBigInteger::GetNegative() const
 CBigInteger CBigInteger::SquareRoot() const
 {
     if (Signum() < 0) {
-        throw CVxInvalidValueException(NumberMessages::kNegativeRoot);
+        throw CVxInvalidValueException(L"ERROR: Negative Number in function SquareRoot().");
     }
     if (Compare(m_vecDigits, Digits{4}) < 0) {
         // 0 -> 0, 1..3 -> 1
@@ -699,7 +699,7 @@ CBigInteger::operator int() const
     const bool fits = ToUInt64(m_vecDigits, magnitude) &&
                       magnitude <= (Signum() < 0 ? 2147483648ULL : 2147483647ULL);
     if (!fits) {
-        throw CVxOverFlowException(NumberMessages::IntegerTooLarge(L"an int"));
+        throw CVxOverFlowException(L"The BigInteger value is too large to fit into an int");
     }
     return Signum() < 0 ? static_cast<int>(-static_cast<long long>(magnitude))
                         : static_cast<int>(magnitude);
@@ -711,7 +711,7 @@ CBigInteger::operator long long() const
     const bool fits = ToUInt64(m_vecDigits, magnitude) &&
                       magnitude <= (Signum() < 0 ? 9223372036854775808ULL : 9223372036854775807ULL);
     if (!fits) {
-        throw CVxOverFlowException(NumberMessages::IntegerTooLarge(L"a long long"));
+        throw CVxOverFlowException(L"The BigInteger value is too large to fit into a long long");
     }
     if (Signum() < 0) {
         // -magnitude, written so that the minimum does not overflow.

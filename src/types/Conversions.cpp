@@ -23,15 +23,7 @@ namespace {
 using WhitespaceRule = CWhitespaceUtils::WhitespaceRule;
 
 // ---------------------------------------------------------------------------
-// Messages. They are part of the interface (misspellings included), so they
-// are kept together here.
-constexpr const wchar_t* kMsgCannotConvert = L"The value [%s] can not be converted to a %s";
-constexpr const wchar_t* kMsgTooLarge = L"The value [%s] is to large to fit in a %s";
-constexpr const wchar_t* kMsgBadBoolean =
-    L"A Boolean Value read from an XML document was invalid [%s]. Valid values are 'true', "
-    L"'false', '1', or '0'";
-constexpr const wchar_t* kMsgBadChar =
-    L"The value [%s] can not be a char as it is either empty of greater than 1 char long";
+// Texts used at more than one throw site.
 constexpr const wchar_t* kMsgBadFormat = L"Invalid number format [%s]";
 
 // The messages quote the normalised text. It is only built once a conversion
@@ -40,13 +32,15 @@ constexpr const wchar_t* kMsgBadFormat = L"Invalid number format [%s]";
                                      const wchar_t* kind)
 {
     const std::wstring shown = CWhitespaceUtils::ApplyRule(rule, text);
-    throw CVxInvalidValueException(FormatString(kMsgCannotConvert, shown.c_str(), kind));
+    throw CVxInvalidValueException(
+        FormatString(L"The value [%s] can not be converted to a %s", shown.c_str(), kind));
 }
 
 [[noreturn]] void ThrowTooLarge(const std::wstring& text, WhitespaceRule rule, const wchar_t* kind)
 {
     const std::wstring shown = CWhitespaceUtils::ApplyRule(rule, text);
-    throw CVxInvalidValueException(FormatString(kMsgTooLarge, shown.c_str(), kind));
+    throw CVxInvalidValueException(
+        FormatString(L"The value [%s] is to large to fit in a %s", shown.c_str(), kind));
 }
 
 // ---------------------------------------------------------------------------
@@ -678,7 +672,10 @@ bool CConversions::booleanFromString(const std::wstring& text, WhitespaceRule ru
         return false;
     }
     const std::wstring shown = CWhitespaceUtils::ApplyRule(rule, text);
-    throw CVxInvalidValueException(FormatString(kMsgBadBoolean, shown.c_str()));
+    throw CVxInvalidValueException(FormatString(
+        L"A Boolean Value read from an XML document was invalid [%s]. Valid values are 'true', "
+        L"'false', '1', or '0'",
+        shown.c_str()));
 }
 
 std::wstring CConversions::booleanToString(bool value)
@@ -691,7 +688,9 @@ wchar_t CConversions::charFromString(const std::wstring& text, WhitespaceRule ru
     const TextView view = Normalised(text, rule);
     if (view.size() != 1) {
         const std::wstring shown = CWhitespaceUtils::ApplyRule(rule, text);
-        throw CVxInvalidValueException(FormatString(kMsgBadChar, shown.c_str()));
+        throw CVxInvalidValueException(FormatString(
+            L"The value [%s] can not be a char as it is either empty of greater than 1 char long",
+            shown.c_str()));
     }
     const wchar_t c = *view.begin;
     if (rule == CWhitespaceUtils::WhitespaceRule_Replace && CWhitespaceUtils::IsWhiteSpace(c)) {

@@ -19,31 +19,15 @@ using detail::LexicalYear;
 
 namespace {
 
-// Every message of this unit, so that they can be reviewed together.
-constexpr const wchar_t* kMsgBadText = L"The value [%s] can not be converted to a %s: %s";
-constexpr const wchar_t* kMsgBadFields = L"Can not make a %s: %s";
-constexpr const wchar_t* kMsgNoField = L"Failed to %s. Invalid Date Type: %s.";
+// Texts used at more than one throw site.
 constexpr const wchar_t* kMsgNoZone = L"Failed to %s. The value has no time zone.";
-constexpr const wchar_t* kMsgCompareKinds = L"Can not compare a %s with a %s";
-constexpr const wchar_t* kMsgSubtractKinds = L"Can not subtract a %s from a %s";
 constexpr const wchar_t* kMsgYearOverflow =
     L"The result of the date arithmetic is outside the years -999999999 to 999999999";
-constexpr const wchar_t* kMsgBadOffset = L"The time zone offset %d is outside -840 to 840 minutes";
-constexpr const wchar_t* kMsgUnknownType = L"Unknown date type %d";
-constexpr const wchar_t* kMsgNoLocalTime = L"Failed to read the local time";
 
 constexpr const wchar_t* kReasonYearZero = L"the year 0000 does not exist";
-constexpr const wchar_t* kReasonYearLeadingZero =
-    L"a year of more than four digits must not start with 0";
 constexpr const wchar_t* kReasonYearRange = L"the year is outside -999999999 to 999999999";
-constexpr const wchar_t* kReasonMonth = L"the month must be 01 to 12";
-constexpr const wchar_t* kReasonDay = L"the day does not exist in that month";
 constexpr const wchar_t* kReasonHour =
     L"the hour must be 00 to 23, or 24:00:00 for the end of the day";
-constexpr const wchar_t* kReasonMinute = L"the minute must be 00 to 59";
-constexpr const wchar_t* kReasonSecond = L"the second must be 00 to 59";
-constexpr const wchar_t* kReasonFraction = L"the fraction must be below 10^18";
-constexpr const wchar_t* kReasonZone = L"the time zone must be between -14:00 and +14:00";
 
 // The XML Schema name of each kind, for messages about texts.
 const wchar_t* SchemaName(DateTimeType type)
@@ -90,7 +74,8 @@ bool IsKnownType(DateTimeType type)
 void Throw_IfUnknownType(DateTimeType type)
 {
     if (!IsKnownType(type)) {
-        throw CVxInvalidParamException(FormatString(kMsgUnknownType, static_cast<int>(type)));
+        throw CVxInvalidParamException(
+            FormatString(L"Unknown date type %d", static_cast<int>(type)));
     }
 }
 
@@ -174,7 +159,7 @@ public:
             return false;
         }
         if (count > 4 && m_text[start] == L'0') {
-            reason = kReasonYearLeadingZero;
+            reason = L"a year of more than four digits must not start with 0";
             return true;
         }
         if (count > 9) {
@@ -275,12 +260,12 @@ const wchar_t* CDateTime::FromParts(DateTimeType type, const Parts& parts, CDate
         year = parts.year;
     }
     if (TypeHasMonth(type) && (parts.month < 1 || parts.month > 12)) {
-        return kReasonMonth;
+        return L"the month must be 01 to 12";
     }
     if (TypeHasDay(type)) {
         const int64_t calendarYear = type == dt_gMonthDay ? kReferenceYear : AstronomicalYear(year);
         if (parts.day < 1 || parts.day > DaysInMonth(calendarYear, static_cast<int>(parts.month))) {
-            return kReasonDay;
+            return L"the day does not exist in that month";
         }
     }
     bool endOfDay = false;
@@ -294,18 +279,18 @@ const wchar_t* CDateTime::FromParts(DateTimeType type, const Parts& parts, CDate
             return kReasonHour;
         }
         if (parts.minute < 0 || parts.minute > 59) {
-            return kReasonMinute;
+            return L"the minute must be 00 to 59";
         }
         if (parts.second < 0 || parts.second > 59) {
-            return kReasonSecond;
+            return L"the second must be 00 to 59";
         }
         if (parts.fraction >= FractionScale) {
-            return kReasonFraction;
+            return L"the fraction must be below 10^18";
         }
     }
     if (parts.hasTimezone && (!parts.timezoneInRange || parts.timezone < -MaxTimezoneMinutes ||
                               parts.timezone > MaxTimezoneMinutes)) {
-        return kReasonZone;
+        return L"the time zone must be between -14:00 and +14:00";
     }
 
     CDateTime value;
@@ -344,7 +329,8 @@ CDateTime CDateTime::Make(DateTimeType type, const Parts& parts)
 {
     CDateTime value;
     if (const wchar_t* reason = FromParts(type, parts, value)) {
-        throw CVxInvalidParamException(FormatString(kMsgBadFields, SchemaName(type), reason));
+        throw CVxInvalidParamException(
+            FormatString(L"Can not make a %s: %s", SchemaName(type), reason));
     }
     return value;
 }
@@ -451,7 +437,8 @@ CDateTime CDateTime::FromString(std::wstring_view text, DateTimeType type)
     if (const wchar_t* reason = shaped ? FromParts(type, parts, value) : FormReason(type)) {
         const std::wstring quoted(text);
         throw CVxInvalidValueException(
-            FormatString(kMsgBadText, quoted.c_str(), SchemaName(type), reason));
+            FormatString(L"The value [%s] can not be converted to a %s: %s", quoted.c_str(),
+                         SchemaName(type), reason));
     }
     return value;
 }
@@ -571,7 +558,8 @@ const wchar_t* CDateTime::GetTypeName(DateTimeType type)
 void CDateTime::Throw_IfNoField(bool present, const wchar_t* operation) const
 {
     if (!present) {
-        throw CVxInvalidStateException(FormatString(kMsgNoField, operation, GetTypeName()));
+        throw CVxInvalidStateException(
+            FormatString(L"Failed to %s. Invalid Date Type: %s.", operation, GetTypeName()));
     }
 }
 
@@ -630,7 +618,8 @@ void Throw_IfBadOffset(int offsetMinutes)
 {
     if (offsetMinutes < -CDateTime::MaxTimezoneMinutes ||
         offsetMinutes > CDateTime::MaxTimezoneMinutes) {
-        throw CVxInvalidParamException(FormatString(kMsgBadOffset, offsetMinutes));
+        throw CVxInvalidParamException(
+            FormatString(L"The time zone offset %d is outside -840 to 840 minutes", offsetMinutes));
     }
 }
 } // namespace
@@ -753,7 +742,7 @@ int CDateTime::CompareTo(const CDateTime& other) const
 {
     if (m_eType != other.m_eType) {
         throw CVxInvalidParamException(
-            FormatString(kMsgCompareKinds, GetTypeName(), other.GetTypeName()));
+            FormatString(L"Can not compare a %s with a %s", GetTypeName(), other.GetTypeName()));
     }
     const Instant a = GetInstant();
     const Instant b = other.GetInstant();
@@ -869,7 +858,7 @@ CDateTimeSpan CDateTime::operator-(const CDateTime& other) const
 {
     if (m_eType != other.m_eType) {
         throw CVxInvalidParamException(
-            FormatString(kMsgSubtractKinds, other.GetTypeName(), GetTypeName()));
+            FormatString(L"Can not subtract a %s from a %s", other.GetTypeName(), GetTypeName()));
     }
     const Instant a = GetInstant();
     const Instant b = other.GetInstant();
@@ -924,7 +913,7 @@ CDateTime CDateTime::Now(DateTimeType type, bool withTimezone)
     const std::time_t clock = static_cast<std::time_t>(seconds);
     std::tm local{};
     if (localtime_r(&clock, &local) == nullptr) {
-        throw CVxException(kMsgNoLocalTime);
+        throw CVxException(L"Failed to read the local time");
     }
     // A leap second reported by the C library is folded into the second
     // before it: XML Schema has no second 60.

@@ -16,20 +16,11 @@ using detail::kSecondsPerDay;
 
 namespace {
 
-// Every message of this unit, so that they can be reviewed together.
-constexpr const wchar_t* kMsgBadText = L"The value [%s] can not be converted to a duration: %s";
-constexpr const wchar_t* kMsgBadFields = L"Can not make a duration: %s";
-constexpr const wchar_t* kMsgMixedSigns =
-    L"The result has a month part and a day and time part of opposite signs, which no duration "
-    L"can hold";
-constexpr const wchar_t* kMsgTooLarge =
-    L"The result is too large: its month part or its second part does not fit in 64 bits";
+// Texts used at more than one throw site.
 
 constexpr const wchar_t* kReasonForm = L"expected [-]PnYnMnDTnHnMnS";
 constexpr const wchar_t* kReasonTooLarge =
     L"the month part or the second part does not fit in 64 bits";
-constexpr const wchar_t* kReasonNegativeField = L"a field is negative";
-constexpr const wchar_t* kReasonFraction = L"the fraction must be below 10^18";
 
 constexpr Int128 kScale = CDateTimeSpan::FractionScale;
 constexpr Int128 kInt64Max = std::numeric_limits<int64_t>::max();
@@ -71,10 +62,10 @@ const wchar_t* CheckFields(int64_t years, int64_t months, int64_t days, int64_t 
                            int64_t minutes, int64_t seconds, uint64_t fraction)
 {
     if (years < 0 || months < 0 || days < 0 || hours < 0 || minutes < 0 || seconds < 0) {
-        return kReasonNegativeField;
+        return L"a field is negative";
     }
     if (fraction >= CDateTimeSpan::FractionScale) {
-        return kReasonFraction;
+        return L"the fraction must be below 10^18";
     }
     const Int128 monthPart = Int128{years} * 12 + months;
     const Int128 secondPart =
@@ -94,7 +85,7 @@ CDateTimeSpan::CDateTimeSpan(bool negative, int64_t years, int64_t months, int64
 {
     if (const wchar_t* reason =
             CheckFields(years, months, days, hours, minutes, seconds, fraction)) {
-        throw CVxInvalidParamException(FormatString(kMsgBadFields, reason));
+        throw CVxInvalidParamException(FormatString(L"Can not make a duration: %s", reason));
     }
     m_nYears = years;
     m_nMonths = months;
@@ -110,7 +101,8 @@ CDateTimeSpan CDateTimeSpan::FromString(std::wstring_view text)
 {
     const auto fail = [&](const wchar_t* reason) {
         const std::wstring quoted(text);
-        throw CVxInvalidValueException(FormatString(kMsgBadText, quoted.c_str(), reason));
+        throw CVxInvalidValueException(FormatString(
+            L"The value [%s] can not be converted to a duration: %s", quoted.c_str(), reason));
     };
 
     size_t pos = 0;
@@ -280,7 +272,9 @@ int CompareUnits(const CDateTimeSpan& a, const CDateTimeSpan& b)
 CDateTimeSpan FromTotals(Int128 months, Int128 units)
 {
     if ((months > 0 && units < 0) || (months < 0 && units > 0)) {
-        throw CVxInvalidParamException(kMsgMixedSigns);
+        throw CVxInvalidParamException(L"The result has a month part and a day and time part of "
+                                       L"opposite signs, which no duration "
+                                       L"can hold");
     }
     const bool negative = months < 0 || units < 0;
     if (negative) {
@@ -289,7 +283,8 @@ CDateTimeSpan FromTotals(Int128 months, Int128 units)
     }
     const Int128 seconds = units / kScale;
     if (months > kInt64Max || seconds > kInt64Max) {
-        throw CVxOverFlowException(kMsgTooLarge);
+        throw CVxOverFlowException(
+            L"The result is too large: its month part or its second part does not fit in 64 bits");
     }
     const int64_t m = static_cast<int64_t>(months);
     const int64_t s = static_cast<int64_t>(seconds);

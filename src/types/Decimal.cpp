@@ -1,4 +1,4 @@
-#include "types/NumberMessages.h"
+#include "types/NumberErrors.h"
 
 #include <algorithm>
 #include <charconv>
@@ -11,12 +11,15 @@
 
 namespace VxXmlLib16 {
 
-// ---------------------------------------------------------------------------
-// Messages
+namespace {
 
-namespace NumberMessages {
+using Digits = CBigInteger::Digits;
 
-std::wstring BadDecimal(const wchar_t* text, size_t length, const wchar_t* reason)
+// "The value [<text>] can not be converted to a decimal", with a reason
+// appended when there is more to say than "malformed". Long texts are cut in
+// the message so that a multi-megabyte input does not make a multi-megabyte
+// message.
+std::wstring BadDecimal(const wchar_t* text, size_t length, const wchar_t* reason = nullptr)
 {
     constexpr size_t kQuoted = 64;
     std::wstring quoted = text ? std::wstring(text, std::min(length, kQuoted)) : std::wstring();
@@ -31,23 +34,6 @@ std::wstring BadDecimal(const wchar_t* text, size_t length, const wchar_t* reaso
     }
     return message;
 }
-
-std::wstring NotFinite(double value)
-{
-    const wchar_t* name = std::isnan(value) ? L"NaN" : (value < 0 ? L"-INF" : L"INF");
-    return FormatString(L"The value [%s] can not be converted to a decimal or integer", name);
-}
-
-std::wstring IntegerTooLarge(const wchar_t* typeName)
-{
-    return FormatString(L"The BigInteger value is too large to fit into %s", typeName);
-}
-
-} // namespace NumberMessages
-
-namespace {
-
-using Digits = CBigInteger::Digits;
 
 bool IsDigit(wchar_t c)
 {
@@ -92,7 +78,7 @@ CDecimal::CDecimal(double value)
     : m_biInteger(CBigInteger::NoDigits{}), m_biFraction(CBigInteger::NoDigits{})
 {
     if (!std::isfinite(value)) {
-        throw CVxInvalidValueException(NumberMessages::NotFinite(value));
+        detail::ThrowNotFinite(value);
     }
     char buffer[64];
     const auto result = std::to_chars(buffer, buffer + sizeof buffer, value);
@@ -132,10 +118,10 @@ CDecimal::~CDecimal() = default;
 void CDecimal::Parse(const wchar_t* text, size_t length)
 {
     if (text == nullptr) {
-        throw CVxInvalidValueException(NumberMessages::BadDecimal(nullptr, 0));
+        throw CVxInvalidValueException(BadDecimal(nullptr, 0));
     }
     auto fail = [&](const wchar_t* reason = nullptr) {
-        throw CVxInvalidValueException(NumberMessages::BadDecimal(text, length, reason));
+        throw CVxInvalidValueException(BadDecimal(text, length, reason));
     };
     const wchar_t* p = text;
     const wchar_t* end = text + length;
@@ -433,7 +419,8 @@ CDecimal& CDecimal::operator*=(const CDecimal& other)
 {
     const int64_t divider = static_cast<int64_t>(m_lDivider) + other.m_lDivider;
     if (divider > INT32_MAX) {
-        throw CVxOverFlowException(NumberMessages::kTooManyPlaces);
+        throw CVxOverFlowException(
+            L"The Decimal result has more decimal places than can be counted");
     }
     Digits a, b, product;
     GetScaled(m_lDivider, a);
@@ -446,7 +433,7 @@ CDecimal& CDecimal::operator*=(const CDecimal& other)
 CDecimal CDecimal::operator/(const CDecimal& other) const
 {
     if (other.IsZero()) {
-        throw CVxInvalidValueException(NumberMessages::kDivide);
+        detail::ThrowDivideOverflow();
     }
     CDecimal result(*this);
     result.DivideBy(other);
@@ -456,7 +443,7 @@ CDecimal CDecimal::operator/(const CDecimal& other) const
 CDecimal& CDecimal::operator/=(const CDecimal& other)
 {
     if (other.IsZero()) {
-        throw CVxInvalidValueException(NumberMessages::kDivideAssign);
+        detail::ThrowDivideAssignOverflow();
     }
     DivideBy(other);
     return *this;
@@ -618,7 +605,7 @@ bool CDecimal::operator>=(const CDecimal& other) const
 int32_t CDecimal::ToLong() const
 {
     if (CompareWith(CBigInteger::MIN_LONG) < 0 || CompareWith(CBigInteger::MAX_LONG) > 0) {
-        throw CVxOverFlowException(NumberMessages::kLongOverflow);
+        throw CVxOverFlowException(L"The Decimal value if to large to fit into a LONG");
     }
     return static_cast<int32_t>(static_cast<long long>(ToBigInteger()));
 }
@@ -626,7 +613,7 @@ int32_t CDecimal::ToLong() const
 int64_t CDecimal::ToLongLong() const
 {
     if (CompareWith(CBigInteger::MIN_LONGLONG) < 0 || CompareWith(CBigInteger::MAX_LONGLONG) > 0) {
-        throw CVxOverFlowException(NumberMessages::kLongLongOverflow);
+        throw CVxOverFlowException(L"The Decimal value if to large to fit into a LONGLONG");
     }
     return static_cast<long long>(ToBigInteger());
 }
@@ -634,7 +621,7 @@ int64_t CDecimal::ToLongLong() const
 double CDecimal::ToDouble() const
 {
     if (CompareWith(CBigInteger::MIN_DOUBLE) < 0 || CompareWith(CBigInteger::MAX_DOUBLE) > 0) {
-        throw CVxOverFlowException(NumberMessages::kDoubleOverflow);
+        throw CVxOverFlowException(L"The Decimal value if to large to fit into a Double");
     }
     // The text form read back by from_chars is correctly rounded, which no
     // digit-by-digit accumulation in double arithmetic would be.

@@ -14,6 +14,9 @@
 #include <vxxml/Exceptions.h>
 #include <vxxml/FormatString.h>
 #include <vxxml/VxVariant.h>
+// The one include above this layer: a variant of the object kinds holds a
+// counted reference to a bound object, and the count (AddRef/Release) is the
+// object base's. Nothing else of the binding core is used here.
 #include <vxxml/XmlObjectBase.h>
 
 namespace VxXmlLib16 {

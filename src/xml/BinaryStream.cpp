@@ -1,5 +1,5 @@
 #include "xml/FileOutput.h"
-#include "xml/StreamMessages.h"
+#include "xml/StreamErrors.h"
 
 #include <vxxml/BinaryStream.h>
 #include <vxxml/Exceptions.h>
@@ -31,10 +31,7 @@ CFileBinaryStream::~CFileBinaryStream() = default;
 
 void CFileBinaryStream::WriteToFile()
 {
-    const auto fail = [this](int error) {
-        throw CVxException(
-            FormatString(msg::kFileWriteOpen, m_strPath.c_str(), static_cast<unsigned>(error)));
-    };
+    const auto fail = [this](int error) { detail::ThrowFileOpenFailed(m_strPath, error); };
     const int fd = detail::CreateForWrite(m_strPath);
     if (fd < 0) {
         fail(errno);

@@ -1,4 +1,3 @@
-#include "xml/StreamMessages.h"
 #include "xml/Utf8Encode.h"
 
 #include <algorithm>
@@ -21,12 +20,15 @@ namespace {
 
 [[noreturn]] void ThrowNotEncodable(uint32_t cp, size_t position)
 {
-    throw CVxException(FormatString(msg::kNotEncodableUtf8, cp, static_cast<unsigned>(position)));
+    throw CVxException(
+        FormatString(L"Invalid character [0x%X] at position %u: cannot be encoded as UTF-8", cp,
+                     static_cast<unsigned>(position)));
 }
 
 [[noreturn]] void ThrowInvalidUtf8(size_t offset)
 {
-    throw CVxException(FormatString(msg::kInvalidUtf8, static_cast<unsigned>(offset)));
+    throw CVxException(
+        FormatString(L"Invalid UTF-8 sequence at byte offset %u", static_cast<unsigned>(offset)));
 }
 
 // Length of a valid UTF-8 sequence starting at p (at most `left` bytes
@@ -292,13 +294,13 @@ std::wstring BytesToWString(const unsigned char* bytes, int32_t count)
 {
     std::wstring text;
     if (count < 0) {
-        throw CVxInvalidParamException(FormatString(msg::kNegativeCount, count));
+        throw CVxInvalidParamException(FormatString(L"Invalid byte count [%d]", count));
     }
     if (bytes == nullptr || count == 0) {
         return text;
     }
     if (count % 2 != 0) {
-        throw CVxException(FormatString(msg::kOddUtf16, count));
+        throw CVxException(FormatString(L"Invalid UTF-16 data: odd number of bytes [%d]", count));
     }
     const size_t units = static_cast<size_t>(count) / 2;
     text.resize(units);

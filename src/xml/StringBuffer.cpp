@@ -1,4 +1,4 @@
-#include "xml/StreamMessages.h"
+#include "xml/StreamErrors.h"
 
 #include <algorithm>
 #include <cassert>
@@ -16,7 +16,8 @@ CStringBuffer::CStringBuffer() : CInstanceMonitor(L"CStringBuffer") {}
 CStringBuffer::CStringBuffer(uint32_t blockSize) : CInstanceMonitor(L"CStringBuffer")
 {
     if (blockSize < 2) {
-        throw CVxInvalidParamException(FormatString(msg::kBlockSize, blockSize));
+        throw CVxInvalidParamException(
+            FormatString(L"Invalid block size [%u]: must be at least 2", blockSize));
     }
     m_dwBlockSize = blockSize - 1;
 }
@@ -44,7 +45,7 @@ void CStringBuffer::AddBlock(size_t needed)
     assert(m_LastBlock_SizeOf == m_LastBlock_DataIn && "m_LastBlock_SizeOf == m_LastBlock_DataIn");
     constexpr uint64_t kMax = std::numeric_limits<uint32_t>::max();
     if (uint64_t{m_dwTotalBufferLen} + std::max<uint64_t>(needed, m_dwBlockSize) > kMax) {
-        throw CVxOverFlowException(msg::kTextTooLong);
+        detail::ThrowTextTooLong();
     }
     // Room for the new entries before the block exists, so that the pushes
     // below cannot fail; grown geometrically, as reserving one more each

@@ -1,7 +1,7 @@
 #include "base/MappedMemory.h"
 #include "types/Utf16Bytes.h"
 #include "xml/FileOutput.h"
-#include "xml/StreamMessages.h"
+#include "xml/StreamErrors.h"
 #include "xml/Utf8Encode.h"
 
 #include <algorithm>
@@ -116,7 +116,7 @@ void CTextStream::Write(const wchar_t* text, size_t count)
         return;
     }
     if (uint64_t{GetLength()} + count > kMaxLength) {
-        throw CVxOverFlowException(msg::kTextTooLong);
+        detail::ThrowTextTooLong();
     }
     if (count >= kDirectWrite && m_buffer.GetLength() == 0) {
         // Straight from the caller's text into bytes: no staging copy.
@@ -184,7 +184,7 @@ void CTextStream::EncodeStaged()
 {
     const uint32_t staged = m_buffer.GetLength();
     if (uint64_t{m_cchEncoded} + staged > kMaxLength) {
-        throw CVxOverFlowException(msg::kTextTooLong);
+        detail::ThrowTextTooLong();
     }
     const size_t startBytes = m_cbBytes;
     const uint32_t startChars = m_cchEncoded;
@@ -314,7 +314,7 @@ CBinaryData CTextStream::ToBytes()
         return result;
     }
     default:
-        throw CVxException(msg::kUnknownEncoding);
+        throw CVxException(L"Unknown Encoding, select UTF-8 (contact our support team)");
     }
 }
 
@@ -338,7 +338,7 @@ void CFileTextStream::FailWrite(int error)
         detail::CloseFile(m_hFile);
         m_hFile = -1;
     }
-    throw CVxException(FormatString(msg::kFileWrite, static_cast<unsigned>(error)));
+    detail::ThrowFileWriteFailed(error);
 }
 
 void CFileTextStream::Open()
@@ -353,16 +353,14 @@ void CFileTextStream::Open()
     m_ullBytesWritten = 0;
     const int fd = detail::CreateForWrite(m_strPath);
     if (fd < 0) {
-        throw CVxException(
-            FormatString(msg::kFileWriteOpen, m_strPath.c_str(), static_cast<unsigned>(errno)));
+        detail::ThrowFileOpenFailed(m_strPath, errno);
     }
     if (m_encoding == XmlEncoding_UTF16 || m_encoding == XmlEncoding_UTF16_NoDecl) {
         static const unsigned char kBom[2] = {0xFF, 0xFE};
         if (!detail::WriteAll(fd, kBom, sizeof kBom)) {
             const int error = errno;
             detail::CloseFile(fd);
-            throw CVxException(
-                FormatString(msg::kFileWriteOpen, m_strPath.c_str(), static_cast<unsigned>(error)));
+            detail::ThrowFileOpenFailed(m_strPath, error);
         }
         m_ullBytesWritten = sizeof kBom;
     }
@@ -392,7 +390,7 @@ void CFileTextStream::Close()
         const int error = detail::CloseFile(m_hFile);
         m_hFile = -1;
         if (error != 0) {
-            throw CVxException(FormatString(msg::kFileWrite, static_cast<unsigned>(error)));
+            detail::ThrowFileWriteFailed(error);
         }
     }
     m_bdInFlight.Clear();

@@ -1,5 +1,3 @@
-#include "xml/StreamMessages.h"
-
 #include <cstring>
 #include <memory>
 #include <utility>
@@ -11,6 +9,11 @@
 namespace VxXmlLib16 {
 
 namespace {
+
+[[noreturn]] void ThrowCompressFailed(int zlibResult)
+{
+    throw CVxException(FormatString(L"Failed to compress data. [Error Code: %d]", zlibResult));
+}
 
 constexpr uInt kChunk = 0x10000;
 constexpr int kGzipWindowBits = 15 + 16; // gzip wrapper
@@ -48,7 +51,7 @@ void CVxZip::Compress(CBinaryData& data, CompressionType type)
                                                          8, Z_DEFAULT_STRATEGY)
                                           : deflateInit(&c_stream, 1);
     if (result != Z_OK) {
-        throw CVxException(FormatString(msg::kCompressFailed, result));
+        ThrowCompressFailed(result);
     }
     DeflateGuard guard{&c_stream};
     c_stream.next_in = const_cast<Bytef*>(data.GetData());
@@ -62,7 +65,7 @@ void CVxZip::Compress(CBinaryData& data, CompressionType type)
     deflate(&c_stream, Z_NO_FLUSH);
     result = deflate(&c_stream, Z_FINISH);
     if (result != Z_STREAM_END) {
-        throw CVxException(FormatString(msg::kCompressFailed, result));
+        ThrowCompressFailed(result);
     }
     const auto compressed = static_cast<uint32_t>(c_stream.total_out);
     data = CBinaryData(out.release(), compressed, true);

@@ -11,6 +11,10 @@
 #include <vxxml/Encoder.h>
 #include <vxxml/Exceptions.h>
 #include <vxxml/FormatString.h>
+// The one include above this layer: a document is given the caller's
+// reading options (schema type, CDATA stripping, the limits of hostile
+// input), and those live in the serialization context with every other
+// option of a read or write.
 #include <vxxml/SerializationContext.h>
 #include <vxxml/VxZip.h>
 #include <vxxml/XmlDocument.h>

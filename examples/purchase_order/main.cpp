@@ -4,9 +4,31 @@
 #include "PurchaseOrder.h"
 
 #include <cstdio>
+#include <exception>
+#include <new>
 #include <string>
 
 using namespace VxXmlLib16;
+
+namespace {
+
+// Arguments are UTF-8 bytes; the library takes file names as wide text.
+std::wstring Widen(const char* text)
+{
+    return Utf8ToUtf16(reinterpret_cast<const unsigned char*>(text),
+                       static_cast<uint32_t>(std::char_traits<char>::length(text)));
+}
+
+// Messages may quote document text: printed as UTF-8 whatever the locale.
+void Print(FILE* to, const char* lead, const std::wstring& message)
+{
+    const CBinaryData bytes = Utf16ToUtf8(message.c_str(), message.size());
+    std::fputs(lead, to);
+    std::fwrite(bytes.GetData(), 1, bytes.GetLength(), to);
+    std::fputs("\n", to);
+}
+
+} // namespace
 
 int main(int argc, char** argv)
 {
@@ -14,9 +36,9 @@ int main(int argc, char** argv)
         std::fprintf(stderr, "usage: %s IN.xml OUT.xml\n", argv[0]);
         return 2;
     }
-    const std::wstring in(argv[1], argv[1] + std::char_traits<char>::length(argv[1]));
-    const std::wstring out(argv[2], argv[2] + std::char_traits<char>::length(argv[2]));
     try {
+        const std::wstring in = Widen(argv[1]);
+        const std::wstring out = Widen(argv[2]);
         CSmartPtr<po::CPurchaseOrder> order(new po::CPurchaseOrder);
         order->FromXmlFile(in.c_str());
 
@@ -34,7 +56,7 @@ int main(int argc, char** argv)
         try {
             item->SetQuantity(150);
         } catch (const CVxException& e) {
-            std::printf("refused: %ls\n", e.GetMessage().c_str());
+            Print(stdout, "refused: ", e.GetMessage());
         }
 
         // Writing checks every value and count against the schema again.
@@ -44,7 +66,13 @@ int main(int argc, char** argv)
         std::printf("%d items written to %s\n", order->Items().GetCount(), argv[2]);
         return 0;
     } catch (const CVxException& e) {
-        std::fprintf(stderr, "error: %ls\n", e.GetFullMessage().c_str());
+        Print(stderr, "error: ", e.GetFullMessage());
+        return 1;
+    } catch (const std::bad_alloc&) {
+        std::fputs("error: out of memory\n", stderr);
+        return 1;
+    } catch (const std::exception& e) {
+        std::fprintf(stderr, "error: %s\n", e.what());
         return 1;
     }
 }

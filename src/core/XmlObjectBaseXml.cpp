@@ -64,8 +64,9 @@ void CXmlObjectBase::ToXmlFile(const wchar_t* fileName, bool header, bool pretty
     if (compression == Compression_GZip) {
         const CBinaryData data =
             ToXmlStream(header, prettyPrint, encoding, eol, context, compression);
-        // The bytes are already a complete gzip file: no byte-order mark.
-        CFileBinaryStream file(fileName, XmlEncoding_UTF8, data);
+        // A UTF-16 document gets its byte-order mark in front of the gzip
+        // stream, as every UTF-16 file does; loading skips it.
+        CFileBinaryStream file(fileName, encoding, data);
         file.WriteToFile();
         return;
     }

@@ -40,6 +40,21 @@ bool LooksCompressed(const unsigned char* data, size_t length)
     return (data[0] & 0x0F) == 8 && (data[0] >> 4) <= 7 && ((data[0] << 8) | data[1]) % 31 == 0;
 }
 
+// Where a compressed stream starts in data: at 0, or at 2 behind the UTF-16
+// byte-order mark that a gzip-compressed UTF-16 file is written with (no
+// XML text can begin with the characters those bytes would make); npos for
+// data that is not compressed.
+size_t CompressedStart(const unsigned char* data, size_t length)
+{
+    if (LooksCompressed(data, length)) {
+        return 0;
+    }
+    if (length > 2 && data[0] == 0xFF && data[1] == 0xFE && LooksCompressed(data + 2, length - 2)) {
+        return 2;
+    }
+    return std::string::npos;
+}
+
 std::wstring ErrnoText(int error)
 {
     std::wstring text;
@@ -241,13 +256,14 @@ void CXmlDocument::Parse()
     // Compressed input is decompressed first; anything else, including a
     // truncated or corrupt compressed stream, is left as it is and then
     // fails as XML. Fast Infoset is not read yet: such bytes fail as XML too.
-    if (LooksCompressed(m_pInput, m_cbInput)) {
+    if (const size_t start = CompressedStart(m_pInput, m_cbInput); start != std::string::npos) {
         // CVxZip replaces (and frees) the buffer it is given: hand it a
         // copy we own, never the caller's bytes.
-        if (m_pInput != m_pOwnedInput) {
-            auto* buffer = new unsigned char[m_cbInput];
-            std::memcpy(buffer, m_pInput, m_cbInput);
-            SetOwnedInput(buffer, m_cbInput);
+        if (m_pInput != m_pOwnedInput || start != 0) {
+            const uint32_t length = m_cbInput - static_cast<uint32_t>(start);
+            auto* buffer = new unsigned char[length];
+            std::memcpy(buffer, m_pInput + start, length);
+            SetOwnedInput(buffer, length);
         }
         CVxZip().Decompress(m_pOwnedInput, m_cbInput);
         m_pInput = m_pOwnedInput;
@@ -320,12 +336,16 @@ void CXmlDocument::AsyncParse()
         if (n == 0) {
             break;
         }
-        if (total == 0 && n == 1) {
-            // A pipe may deliver a single byte first: the compression check
-            // needs two.
-            n += ReadChunkFromFile(buffer.get() + 1, kFileChunkBytes - 1);
+        // A pipe may deliver the first bytes one by one: the compression
+        // check needs four (a byte-order mark may come first).
+        while (total == 0 && n < 4) {
+            const uint32_t more = ReadChunkFromFile(buffer.get() + n, kFileChunkBytes - n);
+            if (more == 0) {
+                break;
+            }
+            n += more;
         }
-        if (total == 0 && LooksCompressed(buffer.get(), n)) {
+        if (total == 0 && CompressedStart(buffer.get(), n) != std::string::npos) {
             // Decompression needs the whole stream: read the rest of the
             // file and parse it as one buffer.
             ReadCompressedFile(buffer.get(), n);

@@ -22,6 +22,10 @@ for opts in "--encoding=utf-16" "--compress=gzip" "--compress=zlib" \
     cmp -s plain.xml back.xml || fail "$opts does not read back identically"
 done
 "$vxxml" convert --compress=gzip "$sample" packed.gz && gzip -t packed.gz || fail "gzip output"
+# A compressed UTF-16 file starts with the byte-order mark, then the stream.
+"$vxxml" convert --encoding=utf-16 --compress=gzip "$sample" packed16.gz
+[ "$(head -c 4 packed16.gz | od -An -tx1 | tr -d ' ')" = "fffe1f8b" ] || fail "UTF-16 gzip layout"
+tail -c +3 packed16.gz | gzip -t || fail "UTF-16 gzip stream after the mark"
 [ "$("$vxxml" convert --compact "$sample" - | wc -l)" -le 1 ] || fail "--compact wrote line breaks"
 
 # Errors: status and message.

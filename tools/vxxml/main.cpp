@@ -8,6 +8,8 @@
 #include "Options.h"
 
 #include <cstdio>
+#include <exception>
+#include <new>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -100,7 +102,7 @@ int Convert(const vxxml_tool::ConvertOptions& options)
         const CBinaryData bytes =
             document->ToXmlStream(options.header, options.pretty, options.encoding, options.eol,
                                   context, options.compression);
-        CFileBinaryStream file(Widen(options.output).c_str(), XmlEncoding_UTF8, bytes);
+        CFileBinaryStream file(Widen(options.output).c_str(), options.encoding, bytes);
         file.WriteToFile();
         return 0;
     }
@@ -130,6 +132,16 @@ int main(int argc, char** argv)
         return 2;
     } catch (const CVxException& e) {
         PrintError(e.GetFullMessage());
+        return 1;
+    } catch (const std::bad_alloc&) {
+        // Nothing that allocates: there may be no memory left to do it with.
+        std::fputs("vxxml: out of memory\n", stderr);
+        return 1;
+    } catch (const std::exception& e) {
+        std::fprintf(stderr, "vxxml: %s\n", e.what());
+        return 1;
+    } catch (...) {
+        std::fputs("vxxml: failed with an unknown error\n", stderr);
         return 1;
     }
 }

@@ -32,8 +32,10 @@ protected:
 
 // Writes its bytes to a file, preceded by FF FE for the UTF-16 encodings
 // whatever the bytes are (so a compressed UTF-16 document on disk is FF FE
-// followed by the compressed stream). Failures raise CVxException "Failed to
-// write data to the file [%s] error [0x%08X]" with the errno value.
+// followed by the compressed stream). The file is replaced whole or not at
+// all (see CFileTextStream). Failures raise CVxException "Failed to write
+// data to the file [%s] error [0x%08X]: ..." with the errno value and the
+// system's reason.
 class VXXML_API CFileBinaryStream : public CBinaryStream
 {
 public:
@@ -41,7 +43,7 @@ public:
     CFileBinaryStream(const wchar_t* path, XmlEncoding encoding, const CBinaryData& data);
     ~CFileBinaryStream() override;
 
-    // Creates (or truncates) the file and writes everything.
+    // Writes everything to a temporary file and puts it in the file's place.
     void WriteToFile();
 
 private:

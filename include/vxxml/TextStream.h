@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vxxml/BinaryData.h>
 #include <vxxml/Export.h>
@@ -10,6 +11,10 @@
 #include <vxxml/XmlEncoding.h>
 
 namespace VxXmlLib16 {
+
+namespace detail {
+class CAtomicFile;
+}
 
 // Text accumulated in memory, with the encoding it is to be turned into.
 // Writers call Open when a document starts, Flush every few thousand
@@ -115,13 +120,16 @@ private:
 };
 
 // Streams the text to a file: each Flush converts what is buffered and
-// writes it, so memory stays flat whatever the document size. Open creates
-// (or truncates) the file and, for the UTF-16 encodings, writes the
-// byte-order mark FF FE; UTF-8 files get none. Failures raise CVxException
-// with the errno value: "Failed to write data to the file [%s] error
-// [0x%08X]" from Open, "Failed to write data to the file. Error [0x%08X]"
-// from Flush and Close; the file is closed then and may be partly written.
-// Destroying an open stream closes the file without writing buffered text.
+// writes it, so memory stays flat whatever the document size. The file is
+// whole or untouched: Open starts a temporary file beside it (for the UTF-16
+// encodings beginning with the byte-order mark FF FE; UTF-8 files get none),
+// and only Close puts it in the file's place, keeping an existing file's
+// permissions. A failure, or destroying a stream that was not closed,
+// removes the temporary file and leaves the old file as it was, so the
+// output may even be the document being read. Failures raise CVxException
+// with the errno value, the file and the system's reason: "Failed to write
+// data to the file [%s] error [0x%08X]: ..." from Open, "Failed to write
+// data to the file. Error [0x%08X]: ..." from Flush and Close.
 class VXXML_API CFileTextStream : public CTextStream
 {
 public:
@@ -140,7 +148,7 @@ private:
 
     std::wstring m_strPath;
     CBinaryData m_bdInFlight; // bytes of the latest write
-    int m_hFile = -1;
+    std::unique_ptr<detail::CAtomicFile> m_pFile;
     uint64_t m_ullBytesWritten = 0;
 };
 

@@ -31,21 +31,20 @@ CFileBinaryStream::~CFileBinaryStream() = default;
 
 void CFileBinaryStream::WriteToFile()
 {
-    const auto fail = [this](int error) { detail::ThrowFileOpenFailed(m_strPath, error); };
-    const int fd = detail::CreateForWrite(m_strPath);
-    if (fd < 0) {
-        fail(errno);
+    detail::CAtomicFile file;
+    int error = file.Create(m_strPath);
+    if (error == 0 && (m_encoding == XmlEncoding_UTF16 || m_encoding == XmlEncoding_UTF16_NoDecl)) {
+        static const unsigned char kBom[2] = {0xFF, 0xFE};
+        error = file.Write(kBom, sizeof kBom);
     }
-    static const unsigned char kBom[2] = {0xFF, 0xFE};
-    const bool utf16 = m_encoding == XmlEncoding_UTF16 || m_encoding == XmlEncoding_UTF16_NoDecl;
-    if ((utf16 && !detail::WriteAll(fd, kBom, sizeof kBom)) ||
-        !detail::WriteAll(fd, m_bdData.GetData(), m_bdData.GetLength())) {
-        const int error = errno;
-        detail::CloseFile(fd);
-        fail(error);
+    if (error == 0) {
+        error = file.Write(m_bdData.GetData(), m_bdData.GetLength());
     }
-    if (const int error = detail::CloseFile(fd); error != 0) {
-        fail(error);
+    if (error == 0) {
+        error = file.Commit();
+    }
+    if (error != 0) {
+        detail::ThrowFileOpenFailed(m_strPath, error);
     }
 }
 

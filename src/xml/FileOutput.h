@@ -1,70 +1,47 @@
-// POSIX file output shared by the file streams. Internal.
+// Files that the library writes: whole or not at all. Internal.
 #pragma once
 
-#include <cerrno>
 #include <cstddef>
-#include <fcntl.h>
 #include <string>
-#include <unistd.h>
-#include <vxxml/Encoder.h>
-#include <vxxml/Exceptions.h>
 
 namespace VxXmlLib16::detail {
 
-// Creates or truncates path for writing. Returns the descriptor, or -1 with
-// errno set. File names are bytes on Linux; the wide path is taken as UTF-8,
-// and a path with no UTF-8 form fails with EILSEQ.
-inline int CreateForWrite(const std::wstring& path)
+// The bytes go to a temporary file in the target's folder, which replaces
+// the target by rename only once everything was written and the data are on
+// disk. On any failure, or when the object goes away uncommitted, the
+// temporary file is removed and the target is untouched: a failed write
+// never cuts an existing file short, and the output may be the file being
+// read. An existing target keeps its permission bits; a new one gets
+// 0666 less the process's umask, as open() would give it. A target that is
+// a symbolic link stays one: the file it points to is replaced. A target
+// that is no regular file (a device such as /dev/stdout, a pipe) cannot be
+// replaced and is written in place.
+//
+// Every method that can fail returns 0 or the errno value.
+class CAtomicFile
 {
-    std::string native;
-    try {
-        const CBinaryData bytes = Utf16ToUtf8(path.data(), path.size());
-        native.assign(reinterpret_cast<const char*>(bytes.GetData()), bytes.GetLength());
-    } catch (const CVxException&) {
-        errno = EILSEQ;
-        return -1;
-    }
-    if (native.find('\0') != std::string::npos) {
-        errno = EINVAL; // the kernel would silently use only the part before it
-        return -1;
-    }
-    int fd;
-    do {
-        fd = ::open(native.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
-    } while (fd < 0 && errno == EINTR);
-    return fd;
-}
+public:
+    CAtomicFile() = default;
+    ~CAtomicFile() { Abandon(); }
+    CAtomicFile(const CAtomicFile&) = delete;
+    CAtomicFile& operator=(const CAtomicFile&) = delete;
 
-// Writes all bytes, resuming after partial writes and signals. Returns false
-// with errno set on failure.
-inline bool WriteAll(int fd, const unsigned char* bytes, size_t length)
-{
-    while (length != 0) {
-        const ssize_t n = ::write(fd, bytes, length);
-        if (n < 0) {
-            if (errno == EINTR) {
-                continue;
-            }
-            return false;
-        }
-        if (n == 0) {
-            errno = EIO; // no progress and no error: give up rather than spin
-            return false;
-        }
-        bytes += n;
-        length -= static_cast<size_t>(n);
-    }
-    return true;
-}
+    // Creates the temporary file for path (a wide path is taken as UTF-8;
+    // one with no UTF-8 form fails with EILSEQ). Abandons a previous one.
+    int Create(const std::wstring& path);
+    bool IsOpen() const { return m_fd >= 0; }
+    // Writes all bytes, resuming after partial writes and signals.
+    int Write(const unsigned char* bytes, size_t length);
+    // Syncs, closes and renames the temporary file over the target. On
+    // failure the temporary file is removed.
+    int Commit();
+    // Closes and removes the temporary file, if any.
+    void Abandon() noexcept;
 
-// Closes fd; returns 0, or the errno of a failed close (a late write error
-// on some file systems). EINTR is not retried: the descriptor is gone.
-inline int CloseFile(int fd)
-{
-    if (::close(fd) != 0 && errno != EINTR) {
-        return errno;
-    }
-    return 0;
-}
+private:
+    std::string m_target;
+    std::string m_temporary;
+    int m_fd = -1;
+};
 
 } // namespace VxXmlLib16::detail

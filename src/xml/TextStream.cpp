@@ -321,50 +321,37 @@ CBinaryData CTextStream::ToBytes()
 // ---- CFileTextStream ------------------------------------------------------------
 
 CFileTextStream::CFileTextStream(const wchar_t* path, XmlEncoding encoding)
-    : CTextStream(L"CFileTextStream", encoding), m_strPath(path ? path : L"")
+    : CTextStream(L"CFileTextStream", encoding), m_strPath(path ? path : L""),
+      m_pFile(std::make_unique<detail::CAtomicFile>())
 {
 }
 
-CFileTextStream::~CFileTextStream()
+CFileTextStream::~CFileTextStream() = default;
+
+void CFileTextStream::Open()
 {
-    if (m_hFile >= 0) {
-        detail::CloseFile(m_hFile);
+    CTextStream::Open();
+    // Reopening abandons what the previous document wrote: only a closed
+    // stream replaces its file.
+    m_bdInFlight.Clear();
+    m_ullBytesWritten = 0;
+    if (const int error = m_pFile->Create(m_strPath); error != 0) {
+        detail::ThrowFileOpenFailed(m_strPath, error);
+    }
+    if (m_encoding == XmlEncoding_UTF16 || m_encoding == XmlEncoding_UTF16_NoDecl) {
+        static const unsigned char kBom[2] = {0xFF, 0xFE};
+        if (const int error = m_pFile->Write(kBom, sizeof kBom); error != 0) {
+            m_pFile->Abandon();
+            detail::ThrowFileOpenFailed(m_strPath, error);
+        }
+        m_ullBytesWritten = sizeof kBom;
     }
 }
 
 void CFileTextStream::FailWrite(int error)
 {
-    if (m_hFile >= 0) {
-        detail::CloseFile(m_hFile);
-        m_hFile = -1;
-    }
-    detail::ThrowFileWriteFailed(error);
-}
-
-void CFileTextStream::Open()
-{
-    CTextStream::Open();
-    if (m_hFile >= 0) {
-        // Reopening: the previous file ends here, like a destroyed stream.
-        detail::CloseFile(m_hFile);
-        m_hFile = -1;
-    }
-    m_bdInFlight.Clear();
-    m_ullBytesWritten = 0;
-    const int fd = detail::CreateForWrite(m_strPath);
-    if (fd < 0) {
-        detail::ThrowFileOpenFailed(m_strPath, errno);
-    }
-    if (m_encoding == XmlEncoding_UTF16 || m_encoding == XmlEncoding_UTF16_NoDecl) {
-        static const unsigned char kBom[2] = {0xFF, 0xFE};
-        if (!detail::WriteAll(fd, kBom, sizeof kBom)) {
-            const int error = errno;
-            detail::CloseFile(fd);
-            detail::ThrowFileOpenFailed(m_strPath, error);
-        }
-        m_ullBytesWritten = sizeof kBom;
-    }
-    m_hFile = fd;
+    m_pFile->Abandon();
+    detail::ThrowFileWriteFailed(m_strPath, error);
 }
 
 void CFileTextStream::Flush()
@@ -372,12 +359,13 @@ void CFileTextStream::Flush()
     if (GetLength() == 0) {
         return;
     }
-    if (m_hFile < 0) {
+    if (!m_pFile->IsOpen()) {
         FailWrite(EBADF);
     }
     m_bdInFlight = ToBytes();
-    if (!detail::WriteAll(m_hFile, m_bdInFlight.GetData(), m_bdInFlight.GetLength())) {
-        FailWrite(errno);
+    if (const int error = m_pFile->Write(m_bdInFlight.GetData(), m_bdInFlight.GetLength());
+        error != 0) {
+        FailWrite(error);
     }
     m_ullBytesWritten += m_bdInFlight.GetLength();
     ClearText();
@@ -386,11 +374,9 @@ void CFileTextStream::Flush()
 void CFileTextStream::Close()
 {
     Flush();
-    if (m_hFile >= 0) {
-        const int error = detail::CloseFile(m_hFile);
-        m_hFile = -1;
-        if (error != 0) {
-            detail::ThrowFileWriteFailed(error);
+    if (m_pFile->IsOpen()) {
+        if (const int error = m_pFile->Commit(); error != 0) {
+            detail::ThrowFileWriteFailed(m_strPath, error);
         }
     }
     m_bdInFlight.Clear();

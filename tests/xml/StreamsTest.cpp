@@ -126,10 +126,10 @@ TEST_F(FileStreams, TextFileLifecycle)
         s.Write(L"first");
         s.Close();
         EXPECT_EQ(ReadFile(path), (Bytes{'f', 'i', 'r', 's', 't'}));
-        s.Open();         // truncates
-        s.Write(L"lost"); // destroyed without Close: buffered text is not written
+        s.Open();         // a new document, which only Close would put in place
+        s.Write(L"lost"); // destroyed without Close: the file stays as it was
     }
-    EXPECT_TRUE(ReadFile(path).empty());
+    EXPECT_EQ(ReadFile(path), (Bytes{'f', 'i', 'r', 's', 't'}));
     EXPECT_EQ(OpenDescriptors(), fds) << "the destructor closes the file";
 }
 
@@ -137,10 +137,11 @@ TEST_F(FileStreams, WriteErrors)
 {
     // /dev/full accepts the open and refuses every write with ENOSPC (0x1C).
     const CBinaryData data(reinterpret_cast<const unsigned char*>("data"), 4);
-    for (const auto& [path, code] : {std::pair{WPath("no/such/dir.xml"), L"0x00000002"},
-                                     std::pair{std::wstring(L"/dev/full"), L"0x0000001C"}}) {
+    for (const auto& [path, code] :
+         {std::pair{WPath("no/such/dir.xml"), L"0x00000002]: No such file or directory"},
+          std::pair{std::wstring(L"/dev/full"), L"0x0000001C]: No space left on device"}}) {
         const std::wstring message =
-            L"Failed to write data to the file [" + path + L"] error [" + code + L"]";
+            L"Failed to write data to the file [" + path + L"] error [" + code;
         CFileTextStream text(path.c_str(), XmlEncoding_UTF16); // the mark is written on open
         EXPECT_THROW_MSG(text.Open(), CVxException, message);
         EXPECT_THROW_MSG(CFileBinaryStream(path.c_str(), XmlEncoding_UTF8, data).WriteToFile(),
@@ -149,14 +150,16 @@ TEST_F(FileStreams, WriteErrors)
     CFileTextStream never(WPath("never.xml").c_str(), XmlEncoding_UTF8);
     never.Write(L"x");
     EXPECT_THROW_MSG(never.Flush(), CVxException,
-                     L"Failed to write data to the file. Error [0x00000009]");
+                     L"Failed to write data to the file. Error [0x00000009]: " +
+                         WPath("never.xml") + L": Bad file descriptor");
     const auto fds = OpenDescriptors();
     for (bool onClose : {false, true}) {
         CFileTextStream full(L"/dev/full", XmlEncoding_UTF8);
         full.Open();
         full.Write(L"data");
         EXPECT_THROW_MSG(onClose ? full.Close() : full.Flush(), CVxException,
-                         L"Failed to write data to the file. Error [0x0000001C]");
+                         L"Failed to write data to the file. Error [0x0000001C]: /dev/full: No "
+                         L"space left on device");
         EXPECT_EQ(OpenDescriptors(), fds) << "a failed write closes the file";
     }
 }

@@ -7,6 +7,7 @@
 // processing instructions do not.
 #include "Options.h"
 
+#include <csignal>
 #include <cstdio>
 #include <exception>
 #include <new>
@@ -115,6 +116,10 @@ int Convert(const vxxml_tool::ConvertOptions& options)
 
 int main(int argc, char** argv)
 {
+    // Past a file-size limit a write should fail with EFBIG, which the
+    // library reports (and then removes its temporary file), instead of the
+    // signal ending the process with a core dump.
+    std::signal(SIGXFSZ, SIG_IGN);
     std::vector<std::string> args(argv + 1, argv + argc);
     if (args.empty() || args[0] == "-h" || args[0] == "--help") {
         std::fputs(vxxml_tool::Usage(), args.empty() ? stderr : stdout);

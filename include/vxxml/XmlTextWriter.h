@@ -44,8 +44,9 @@ public:
     void WriteRawLine(const wchar_t* text) override;
     void StartElement(const wchar_t* localName, const wchar_t* namespaceUri) override;
     // Empty text, or a default value while default values are not written,
-    // leaves the element empty. Text beginning with "<![CDATA[" is written as
-    // it is.
+    // leaves the element empty. Text that is exactly one CDATA section
+    // (begins with "<![CDATA[", ends with "]]>", no other "]]>" inside) is
+    // written as it is; all other text is escaped.
     void WriteElementText(const wchar_t* text, ItemType itemType, bool valueIsDefault) override;
     void EndElement() override;
     // A namespaced attribute always gets a prefix (declared on the spot when

@@ -3,6 +3,7 @@
 #include <cassert>
 #include <cstring>
 #include <cwchar>
+#include <string_view>
 #include <vector>
 #include <vxxml/Exceptions.h>
 #include <vxxml/XmlTextWriter.h>
@@ -35,10 +36,23 @@ inline const wchar_t* OrEmpty(const wchar_t* text)
 // The prefix of an element in no namespace or in the default one.
 const std::wstring g_strNoPrefix;
 
-// Element text that starts a CDATA section is written as it stands.
-inline bool StartsCData(const wchar_t* text)
+// Element text that is exactly one CDATA section (it begins with
+// "<![CDATA[", ends with "]]>" and holds no other "]]>") is written as it
+// stands: it is what reading a CDATA section keeps when the context does not
+// strip it. Any other text is escaped, even when it begins like a section:
+// written raw, "<![CDATA[]]><evil/>" would put a real element into the
+// output, and "<![CDATA[abc" would make it unreadable.
+bool IsOneCDataSection(const wchar_t* text, size_t length)
 {
-    return text[0] == L'<' && std::wcsncmp(text, L"<![CDATA[", 9) == 0;
+    constexpr size_t kOpen = 9;  // <![CDATA[
+    constexpr size_t kClose = 3; // ]]>
+    if (length < kOpen + kClose || text[0] != L'<' ||
+        std::wmemcmp(text, L"<![CDATA[", kOpen) != 0 ||
+        std::wmemcmp(text + length - kClose, L"]]>", kClose) != 0) {
+        return false;
+    }
+    const std::wstring_view content(text + kOpen, length - kOpen);
+    return content.find(L"]]>") == content.size() - kClose;
 }
 
 // The tags below are written straight into the buffer by callers that
@@ -431,10 +445,11 @@ void CXmlTextWriter::CImpl::WriteElementText(const wchar_t* text, bool valueIsDe
         m_out.Put(L'>');
         context.SetStartTagOpen(false);
     }
-    if (StartsCData(text)) {
-        m_out.PutText(text);
+    const size_t length = TextLength(text);
+    if (IsOneCDataSection(text, length)) {
+        m_out.Put(text, length);
     } else {
-        WriteEscaped(text, false);
+        WriteEscaped(text, length, false);
     }
     m_out.EndConstruct();
 }
@@ -679,7 +694,7 @@ void CXmlTextWriter::CImpl::WriteSimpleElement(const std::wstring& localName,
             m_out.Commit(o);
             const auto tagOffset = static_cast<size_t>(tag - m_out.At(0));
             const uint64_t drains = m_out.Drains();
-            if (done == 0 && StartsCData(text.c_str())) {
+            if (done == 0 && IsOneCDataSection(text.c_str(), TextLength(text.c_str()))) {
                 m_out.PutText(text.c_str());
             } else {
                 WriteEscaped(text.data() + done, text.size() - done, false);
@@ -718,7 +733,7 @@ void CXmlTextWriter::CImpl::WriteSimpleElementPiecewise(CXmlWriterContext& paren
         m_out.Put(L"/>", 2);
     } else {
         m_out.Put(L'>');
-        if (StartsCData(text.c_str())) {
+        if (IsOneCDataSection(text.c_str(), TextLength(text.c_str()))) {
             m_out.PutText(text.c_str());
         } else {
             WriteEscaped(text.data(), text.size(), false);

@@ -3,7 +3,9 @@
 #pragma once
 
 #include <map>
+#include <set>
 #include <string>
+#include <vector>
 #include <vxxml/Export.h>
 
 namespace VxXmlLib16 {
@@ -16,8 +18,8 @@ class VXXML_API CNamespaceAliasMap
 {
 public:
     CNamespaceAliasMap() = default;
-    CNamespaceAliasMap(const CNamespaceAliasMap&) = default;
-    CNamespaceAliasMap& operator=(const CNamespaceAliasMap&) = default;
+    CNamespaceAliasMap(const CNamespaceAliasMap& other);
+    CNamespaceAliasMap& operator=(const CNamespaceAliasMap& other);
     virtual ~CNamespaceAliasMap();
 
     // Sets the alias of namespaceUri, replacing any alias it had.
@@ -47,7 +49,15 @@ public:
     const std::map<std::wstring, std::wstring>& GetEntries() const { return m_map; }
 
 private:
+    void Forget(const std::wstring& namespaceUri, const std::wstring& alias);
+
     std::map<std::wstring, std::wstring> m_map; // namespace URI -> alias
+    // The same entries the other way, so that asking by alias is not a walk
+    // over every entry: alias -> its namespace URIs, in URI order.
+    std::map<std::wstring, std::set<std::wstring>> m_urisOfAlias;
+    // The URIs in order, for GetNamespaceAt; made again after each change.
+    mutable std::vector<const std::wstring*> m_byIndex;
+    mutable bool m_bIndexCurrent = false;
 };
 
 } // namespace VxXmlLib16

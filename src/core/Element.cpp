@@ -198,12 +198,8 @@ void CElement::ToXml_Int(CXmlWriter* writer, bool isRoot, const wchar_t* namespa
         return;
     }
     if (isRoot) {
-        // GetAliasFromNamespace is not const (it records unknown namespaces);
-        // every namespace asked for here is known, so a copy serves.
-        CNamespaceAliasMap aliases = context.GetNamespaceAliases();
-        for (int i = 0; i < aliases.GetNamespaceCount(); ++i) {
-            const std::wstring uri = aliases.GetNamespaceAt(i);
-            writer->AddNamespace(aliases.GetAliasFromNamespace(uri.c_str()).c_str(), uri.c_str());
+        for (const auto& [uri, alias] : context.GetNamespaceAliases().GetEntries()) {
+            writer->AddNamespace(alias.c_str(), uri.c_str());
         }
         if (!context.GetDefaultNamespaceURI().empty()) {
             writer->SetDefaultNamespace(context.GetDefaultNamespaceURI().c_str());

@@ -1,4 +1,3 @@
-#include <iterator>
 #include <vxxml/Exceptions.h>
 #include <vxxml/FormatString.h>
 #include <vxxml/NamespaceAliasMap.h>
@@ -13,34 +12,80 @@ const wchar_t* OrEmpty(const wchar_t* s)
 
 } // namespace
 
+// The index by position points into the map it was made for: a copy makes
+// its own when asked.
+CNamespaceAliasMap::CNamespaceAliasMap(const CNamespaceAliasMap& other)
+    : m_map(other.m_map), m_urisOfAlias(other.m_urisOfAlias)
+{
+}
+
+CNamespaceAliasMap& CNamespaceAliasMap::operator=(const CNamespaceAliasMap& other)
+{
+    if (this != &other) {
+        m_map = other.m_map;
+        m_urisOfAlias = other.m_urisOfAlias;
+        m_byIndex.clear();
+        m_bIndexCurrent = false;
+    }
+    return *this;
+}
+
 CNamespaceAliasMap::~CNamespaceAliasMap() = default;
+
+void CNamespaceAliasMap::Forget(const std::wstring& namespaceUri, const std::wstring& alias)
+{
+    auto uris = m_urisOfAlias.find(alias);
+    if (uris != m_urisOfAlias.end()) {
+        uris->second.erase(namespaceUri);
+        if (uris->second.empty()) {
+            m_urisOfAlias.erase(uris);
+        }
+    }
+}
 
 void CNamespaceAliasMap::Add(const wchar_t* alias, const wchar_t* namespaceUri)
 {
-    m_map.insert_or_assign(OrEmpty(namespaceUri), OrEmpty(alias));
+    const std::wstring uri = OrEmpty(namespaceUri);
+    auto [it, inserted] = m_map.try_emplace(uri);
+    if (!inserted) {
+        Forget(uri, it->second);
+    }
+    it->second = OrEmpty(alias);
+    m_urisOfAlias[it->second].insert(uri);
+    m_bIndexCurrent = m_bIndexCurrent && !inserted;
 }
 
 void CNamespaceAliasMap::RemoveNamespace(const wchar_t* namespaceUri)
 {
-    m_map.erase(OrEmpty(namespaceUri));
+    auto it = m_map.find(OrEmpty(namespaceUri));
+    if (it != m_map.end()) {
+        Forget(it->first, it->second);
+        m_map.erase(it);
+        m_bIndexCurrent = false;
+    }
 }
 
 std::wstring CNamespaceAliasMap::GetAliasFromNamespace(const wchar_t* namespaceUri)
 {
-    // operator[] on purpose: asking for an unknown namespace registers it with
-    // an empty alias, and callers rely on that entry afterwards.
-    return m_map[OrEmpty(namespaceUri)];
+    // Asking for an unknown namespace registers it with an empty alias on
+    // purpose: callers rely on that entry afterwards.
+    const std::wstring uri = OrEmpty(namespaceUri);
+    auto [it, inserted] = m_map.try_emplace(uri);
+    if (inserted) {
+        m_urisOfAlias[std::wstring()].insert(uri);
+        m_bIndexCurrent = false;
+    }
+    return it->second;
 }
 
 std::wstring CNamespaceAliasMap::GetNamespaceFromAlias(const wchar_t* alias) const
 {
     const wchar_t* wanted = OrEmpty(alias);
-    for (const auto& [uri, entryAlias] : m_map) {
-        if (entryAlias == wanted) {
-            return uri;
-        }
+    auto uris = m_urisOfAlias.find(wanted);
+    if (uris == m_urisOfAlias.end()) {
+        throw CVxException(FormatString(L"Namespace alias [%s] not found", wanted));
     }
-    throw CVxException(FormatString(L"Namespace alias [%s] not found", wanted));
+    return *uris->second.begin();
 }
 
 bool CNamespaceAliasMap::DoesNamespaceExist(const wchar_t* namespaceUri) const
@@ -50,13 +95,7 @@ bool CNamespaceAliasMap::DoesNamespaceExist(const wchar_t* namespaceUri) const
 
 bool CNamespaceAliasMap::DoesAliasExist(const wchar_t* alias) const
 {
-    const wchar_t* wanted = OrEmpty(alias);
-    for (const auto& entry : m_map) {
-        if (entry.second == wanted) {
-            return true;
-        }
-    }
-    return false;
+    return m_urisOfAlias.find(OrEmpty(alias)) != m_urisOfAlias.end();
 }
 
 int CNamespaceAliasMap::GetNamespaceCount() const
@@ -69,7 +108,15 @@ std::wstring CNamespaceAliasMap::GetNamespaceAt(int index) const
     if (index < 0 || index >= GetNamespaceCount()) {
         throw CVxInvalidParamException(L"Index out of range");
     }
-    return std::next(m_map.begin(), index)->first;
+    if (!m_bIndexCurrent) {
+        m_byIndex.clear();
+        m_byIndex.reserve(m_map.size());
+        for (const auto& entry : m_map) {
+            m_byIndex.push_back(&entry.first);
+        }
+        m_bIndexCurrent = true;
+    }
+    return *m_byIndex[static_cast<size_t>(index)];
 }
 
 } // namespace VxXmlLib16

@@ -7,6 +7,8 @@
 #include <cstddef>
 #include <cstdint>
 #include <deque>
+#include <map>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -65,6 +67,10 @@ struct DocumentStore
 {
     XmlNameTable names;
     NodePool pool;
+    // The document's prefix map the other way: URI -> the prefixes last
+    // declared for it, in order, so that finding a URI's prefix is no walk
+    // over every declaration.
+    std::map<std::wstring, std::set<std::wstring>> prefixesOfUri;
 };
 
 } // namespace VxXmlLib16::detail

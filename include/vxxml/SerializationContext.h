@@ -132,6 +132,17 @@ public:
     bool GetStripCDATA() const { return m_bStripCDATA; }
     void SetStripCDATA(bool value) { m_bStripCDATA = value; }
 
+    // Limits on compressed input, against decompression bombs. Compressed
+    // input is inflated as it is read; past 16 MiB of output it may expand
+    // to at most MaxDecompressionRatio times the compressed bytes read so far
+    // (real XML compresses 5 to 30 times, a bomb about 1000), and never to
+    // more than MaxDecompressedSize bytes. Past either limit reading stops
+    // with CVxException. 0 turns a limit off. Defaults 100 and 4 GiB.
+    uint32_t GetMaxDecompressionRatio() const { return m_dwMaxDecompressionRatio; }
+    void SetMaxDecompressionRatio(uint32_t ratio) { m_dwMaxDecompressionRatio = ratio; }
+    uint64_t GetMaxDecompressedSize() const { return m_ullMaxDecompressedSize; }
+    void SetMaxDecompressedSize(uint64_t bytes) { m_ullMaxDecompressedSize = bytes; }
+
     // The unit of indentation for pretty-printed output. Default one tab.
     // Only spaces and tabs are allowed; anything else throws
     // CVxInvalidParamException and leaves the indentation as it was. Null
@@ -156,6 +167,8 @@ private:
     bool m_bNoOptionalAttributeDefaultOutput = false;
     bool m_bWriteDefaultElementValues = false;
     bool m_bStripCDATA = true;
+    uint32_t m_dwMaxDecompressionRatio = 100;
+    uint64_t m_ullMaxDecompressedSize = uint64_t{4} << 30;
     std::wstring m_strIndentChars = L"\t";
 };
 

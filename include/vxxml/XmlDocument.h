@@ -49,7 +49,7 @@ public:
     ~CXmlDocument() override;
 
     // Reads the file in 128 KiB chunks. A gzip or zlib compressed file is
-    // read whole and decompressed first.
+    // inflated as it is read, within the context's limits.
     void Load(const wchar_t* fileName);
     // Wide text is already characters: any encoding named in its XML
     // declaration is ignored.
@@ -90,6 +90,9 @@ private:
     static void AppendTextExcludingCR(CXmlElement* element, const wchar_t* text);
     static void AppendTextExcludingCR(CXmlElement* element, const wchar_t* text, size_t length);
     void EndElement();
+    // Makes element the innermost open one; refuses a tree deeper than the
+    // library's nesting limit.
+    void PushOpenElement(CXmlElement* element);
 
     // The same for a reader that delivers UTF-8: names come expanded as
     // "uri|local" (or just "local"); attributes as expat lists them (name,
@@ -106,8 +109,9 @@ private:
     void ParseText(bool forceUtf8 = false);
     // Parses the open file in chunks.
     void AsyncParse();
-    // Reads the rest of a compressed file into an owned input buffer.
-    void ReadCompressedFile(const unsigned char* firstChunk, uint32_t firstLength);
+    // Ends a parse that has seen bytesParsed bytes: fails on an empty or
+    // unfinished document.
+    void FinishParse(CExpatReader& reader, uint64_t bytesParsed);
     // Reads the next chunk of the open file; 0 at end of file.
     uint32_t ReadChunkFromFile(unsigned char* buffer);
     uint32_t ReadChunkFromFile(unsigned char* buffer, uint32_t capacity);

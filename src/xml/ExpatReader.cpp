@@ -54,6 +54,11 @@ void CExpatReader::Parse(bool isFinal)
     Feed(reinterpret_cast<const char*>(m_doc.m_pInput), m_doc.m_cbInput, isFinal);
 }
 
+void CExpatReader::Parse(const unsigned char* data, size_t length, bool isFinal)
+{
+    Feed(reinterpret_cast<const char*>(data), length, isFinal);
+}
+
 void CExpatReader::Feed(const char* data, size_t length, bool isFinal)
 {
     assert(m_parser != nullptr && "Initialise first");

@@ -32,6 +32,8 @@ public:
     // Hands the document's current input bytes to expat. Parse errors raise
     // CVxException "<expat's message> at line <n>".
     void Parse(bool isFinal);
+    // The same for bytes from elsewhere (a decompressor's output).
+    void Parse(const unsigned char* data, size_t length, bool isFinal);
 
 private:
     void Feed(const char* data, size_t length, bool isFinal);

@@ -65,6 +65,13 @@ void CVxZip::Compress(CBinaryData& data, CompressionType type)
     deflate(&c_stream, Z_NO_FLUSH);
     result = deflate(&c_stream, Z_FINISH);
     if (result != Z_STREAM_END) {
+        if (result == Z_OK || result == Z_BUF_ERROR) {
+            // The output space, one byte less than the input, ran out.
+            throw CVxException(FormatString(
+                L"Failed to compress data. [Error Code: %d]: compressed, the %u bytes would not "
+                L"become smaller, so they are not compressed",
+                result, static_cast<unsigned>(length)));
+        }
         ThrowCompressFailed(result);
     }
     const auto compressed = static_cast<uint32_t>(c_stream.total_out);

@@ -1,4 +1,6 @@
+#include "base/Nesting.h"
 #include "xml/ExpatReader.h"
+#include "xml/Inflater.h"
 #include "xml/XmlNames.h"
 
 #include <cassert>
@@ -6,6 +8,7 @@
 #include <cstring>
 #include <fcntl.h>
 #include <memory>
+#include <sys/stat.h>
 #include <unistd.h>
 #include <utility>
 #include <vxxml/Encoder.h>
@@ -16,7 +19,6 @@
 // input), and those live in the serialization context with every other
 // option of a read or write.
 #include <vxxml/SerializationContext.h>
-#include <vxxml/VxZip.h>
 #include <vxxml/XmlDocument.h>
 
 namespace VxXmlLib16 {
@@ -28,33 +30,6 @@ const wchar_t kInvalidOrEmpty[] = L"Invalid or empty XML document";
 // Whether the bytes start with a gzip or zlib header, the only inputs that
 // decompression can change. Checked first so that plain XML (the usual case)
 // is neither copied nor handed to zlib.
-bool LooksCompressed(const unsigned char* data, size_t length)
-{
-    if (length < 2) {
-        return false;
-    }
-    if (data[0] == 0x1F && data[1] == 0x8B) {
-        return true; // gzip member
-    }
-    // zlib: deflate method, window of at most 32 KiB, header check bits.
-    return (data[0] & 0x0F) == 8 && (data[0] >> 4) <= 7 && ((data[0] << 8) | data[1]) % 31 == 0;
-}
-
-// Where a compressed stream starts in data: at 0, or at 2 behind the UTF-16
-// byte-order mark that a gzip-compressed UTF-16 file is written with (no
-// XML text can begin with the characters those bytes would make); npos for
-// data that is not compressed.
-size_t CompressedStart(const unsigned char* data, size_t length)
-{
-    if (LooksCompressed(data, length)) {
-        return 0;
-    }
-    if (length > 2 && data[0] == 0xFF && data[1] == 0xFE && LooksCompressed(data + 2, length - 2)) {
-        return 2;
-    }
-    return std::string::npos;
-}
-
 std::wstring ErrnoText(int error)
 {
     std::wstring text;
@@ -85,6 +60,7 @@ CXmlDocument::CXmlDocument(const CXmlDocument& other)
       m_prefixMap(other.m_prefixMap), m_pContext(other.m_pContext),
       m_pfnCallback(other.m_pfnCallback), m_pStore(std::make_unique<detail::DocumentStore>())
 {
+    m_pStore->prefixesOfUri = other.m_pStore->prefixesOfUri;
     const CXmlElement* source = other.m_pDocElement;
     if (source == nullptr) {
         return;
@@ -124,6 +100,7 @@ void CXmlDocument::Cleanup()
 {
     ClearTree();
     m_prefixMap.clear();
+    m_pStore->prefixesOfUri.clear();
     m_pStore->names.Clear();
     ReleaseInput();
     CloseFile();
@@ -233,6 +210,12 @@ void CXmlDocument::Load(const wchar_t* fileName)
     std::string path;
     detail::AppendWide(path, m_fileName.data(), m_fileName.size());
     m_hFile = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    // A folder opens like a file but cannot be read: say so at once.
+    struct stat status;
+    if (m_hFile >= 0 && ::fstat(m_hFile, &status) == 0 && S_ISDIR(status.st_mode)) {
+        CloseFile();
+        errno = EISDIR;
+    }
     if (m_hFile < 0) {
         const int error = errno;
         throw CVxException(FormatString(L"Failed to open the file [%s]. Error [0x%08x] %s",
@@ -253,25 +236,34 @@ void CXmlDocument::Load(const wchar_t* fileName)
 
 void CXmlDocument::Parse()
 {
-    // Compressed input is decompressed first; anything else, including a
-    // truncated or corrupt compressed stream, is left as it is and then
-    // fails as XML. Fast Infoset is not read yet: such bytes fail as XML too.
-    if (const size_t start = CompressedStart(m_pInput, m_cbInput); start != std::string::npos) {
-        // CVxZip replaces (and frees) the buffer it is given: hand it a
-        // copy we own, never the caller's bytes.
-        if (m_pInput != m_pOwnedInput || start != 0) {
-            const uint32_t length = m_cbInput - static_cast<uint32_t>(start);
-            auto* buffer = new unsigned char[length];
-            std::memcpy(buffer, m_pInput + start, length);
-            SetOwnedInput(buffer, length);
-        }
-        CVxZip().Decompress(m_pOwnedInput, m_cbInput);
-        m_pInput = m_pOwnedInput;
-        if (m_cbInput == 0) {
-            throw CVxException(kInvalidOrEmpty);
-        }
+    // Compressed input is inflated as the parser consumes it; a corrupt or
+    // truncated stream fails as such. Fast Infoset is not read yet: such
+    // bytes fail as XML.
+    if (const size_t start = detail::CompressedStart(m_pInput, m_cbInput); start != SIZE_MAX) {
+        CExpatReader reader(*this);
+        reader.Initialise();
+        detail::CInflater inflater(m_pContext->GetMaxDecompressionRatio(),
+                                   m_pContext->GetMaxDecompressedSize(),
+                                   [&reader](const unsigned char* bytes, size_t length) {
+                                       reader.Parse(bytes, length, false);
+                                   });
+        inflater.Feed(m_pInput + start, m_cbInput - start);
+        inflater.Finish();
+        FinishParse(reader, inflater.GetOutputLength());
+        return;
     }
     ParseText();
+}
+
+void CXmlDocument::FinishParse(CExpatReader& reader, uint64_t bytesParsed)
+{
+    if (bytesParsed == 0) {
+        throw CVxException(kInvalidOrEmpty);
+    }
+    reader.Parse(nullptr, 0, true);
+    if (m_pDocElement == nullptr) {
+        throw CVxException(kInvalidOrEmpty);
+    }
 }
 
 void CXmlDocument::ParseText(bool forceUtf8)
@@ -282,27 +274,6 @@ void CXmlDocument::ParseText(bool forceUtf8)
     if (m_pDocElement == nullptr) {
         throw CVxException(kInvalidOrEmpty);
     }
-}
-
-void CXmlDocument::ReadCompressedFile(const unsigned char* firstChunk, uint32_t firstLength)
-{
-    std::vector<unsigned char> bytes(firstChunk, firstChunk + firstLength);
-    for (;;) {
-        const size_t at = bytes.size();
-        bytes.resize(at + kFileChunkBytes);
-        const uint32_t n = ReadChunkFromFile(bytes.data() + at);
-        bytes.resize(at + n);
-        if (n == 0) {
-            break;
-        }
-        if (bytes.size() > UINT32_MAX) {
-            throw CVxException(
-                FormatString(L"The compressed file [%s] is larger than 4 GiB", m_fileName.c_str()));
-        }
-    }
-    auto* owned = new unsigned char[bytes.size()];
-    std::memcpy(owned, bytes.data(), bytes.size());
-    SetOwnedInput(owned, static_cast<uint32_t>(bytes.size()));
 }
 
 uint32_t CXmlDocument::ReadChunkFromFile(unsigned char* buffer)
@@ -318,9 +289,10 @@ uint32_t CXmlDocument::ReadChunkFromFile(unsigned char* buffer, uint32_t capacit
             return static_cast<uint32_t>(n);
         }
         if (errno != EINTR) {
-            throw CVxException(
-                FormatString(L"Failed to read the contents of the file. Error [0x%08x]",
-                             static_cast<unsigned>(errno)));
+            const int error = errno;
+            throw CVxException(FormatString(
+                L"Failed to read the contents of the file. Error [0x%08x]: %s: %s",
+                static_cast<unsigned>(error), m_fileName.c_str(), ErrnoText(error).c_str()));
         }
     }
 }
@@ -330,42 +302,45 @@ void CXmlDocument::AsyncParse()
     CExpatReader reader(*this);
     reader.Initialise();
     const std::unique_ptr<unsigned char[]> buffer(new unsigned char[kFileChunkBytes]);
+    std::unique_ptr<detail::CInflater> inflater;
     uint64_t total = 0;
     for (;;) {
         uint32_t n = ReadChunkFromFile(buffer.get());
         if (n == 0) {
             break;
         }
-        // A pipe may deliver the first bytes one by one: the compression
-        // check needs four (a byte-order mark may come first).
-        while (total == 0 && n < 4) {
-            const uint32_t more = ReadChunkFromFile(buffer.get() + n, kFileChunkBytes - n);
-            if (more == 0) {
-                break;
+        size_t start = 0;
+        if (total == 0) {
+            // A pipe may deliver the first bytes one by one: the compression
+            // check needs four (a byte-order mark may come first).
+            while (n < 4) {
+                const uint32_t more = ReadChunkFromFile(buffer.get() + n, kFileChunkBytes - n);
+                if (more == 0) {
+                    break;
+                }
+                n += more;
             }
-            n += more;
-        }
-        if (total == 0 && CompressedStart(buffer.get(), n) != std::string::npos) {
-            // Decompression needs the whole stream: read the rest of the
-            // file and parse it as one buffer.
-            ReadCompressedFile(buffer.get(), n);
-            Parse();
-            return;
+            start = detail::CompressedStart(buffer.get(), n);
+            if (start != SIZE_MAX) {
+                inflater = std::make_unique<detail::CInflater>(
+                    m_pContext->GetMaxDecompressionRatio(), m_pContext->GetMaxDecompressedSize(),
+                    [&reader](const unsigned char* bytes, size_t length) {
+                        reader.Parse(bytes, length, false);
+                    });
+            }
         }
         total += n;
-        m_pInput = buffer.get();
-        m_cbInput = n;
-        reader.Parse(false);
+        if (inflater) {
+            inflater->Feed(buffer.get() + start, n - start);
+        } else {
+            reader.Parse(buffer.get(), n, false);
+        }
     }
-    m_pInput = nullptr;
-    m_cbInput = 0;
-    if (total == 0) {
-        throw CVxException(kInvalidOrEmpty);
+    if (inflater) {
+        inflater->Finish();
+        total = inflater->GetOutputLength();
     }
-    reader.Parse(true);
-    if (m_pDocElement == nullptr) {
-        throw CVxException(kInvalidOrEmpty);
-    }
+    FinishParse(reader, total);
 }
 
 // ---------------------------------------------------------------------------
@@ -392,8 +367,7 @@ const detail::XmlName* CXmlDocument::InternName(const wchar_t* namespaceUri,
 CXmlElement* CXmlDocument::AddDocElement(const wchar_t* namespaceUri, const wchar_t* localName)
 {
     CXmlElement* root = NewRootElement(InternName(namespaceUri, localName));
-    m_pElementStack.push_back(root);
-    m_previousLastChild.push_back(nullptr);
+    PushOpenElement(root);
     return root;
 }
 
@@ -403,9 +377,24 @@ CXmlElement* CXmlDocument::AddChildElement(const wchar_t* namespaceUri, const wc
     CXmlElement* parent = m_pElementStack.back();
     m_previousLastChild.back() = parent->m_pLastChild;
     CXmlElement* child = parent->AppendChild(InternName(namespaceUri, localName));
-    m_pElementStack.push_back(child);
-    m_previousLastChild.push_back(nullptr);
+    PushOpenElement(child);
     return child;
+}
+
+void CXmlDocument::PushOpenElement(CXmlElement* element)
+{
+    m_pElementStack.push_back(element);
+    m_previousLastChild.push_back(nullptr);
+    if (m_pElementStack.size() > static_cast<size_t>(detail::kMaxNestingDepth)) {
+        // Refused here, while the document is read, so that no tree deeper
+        // than the object walks can take is ever built; reported at the
+        // element that goes too deep, as reading it into objects would.
+        try {
+            detail::ThrowNestedTooDeeply();
+        } catch (const CVxException& e) {
+            throw CVxValidationException(L"Failed to process the element.", element->GetXPath(), e);
+        }
+    }
 }
 
 CXmlElement* CXmlDocument::StartElementUtf8(const char* expandedName, const char** attributes)
@@ -419,8 +408,7 @@ CXmlElement* CXmlDocument::StartElementUtf8(const char* expandedName, const char
         m_previousLastChild.back() = parent->m_pLastChild;
         element = parent->AppendChild(name);
     }
-    m_pElementStack.push_back(element);
-    m_previousLastChild.push_back(nullptr);
+    PushOpenElement(element);
 
     size_t count = 0;
     while (attributes[2 * count] != nullptr) {
@@ -490,7 +478,20 @@ void CXmlDocument::AddNamespaceDeclaration(const char* prefix, const char* uri)
     if (uri != nullptr) {
         detail::AppendUtf8(wideUri, uri, std::strlen(uri));
     }
-    m_prefixMap.insert_or_assign(std::move(widePrefix), std::move(wideUri));
+    auto [it, inserted] = m_prefixMap.try_emplace(std::move(widePrefix));
+    auto& reverse = m_pStore->prefixesOfUri;
+    if (!inserted) {
+        if (it->second == wideUri) {
+            return;
+        }
+        auto old = reverse.find(it->second);
+        old->second.erase(it->first);
+        if (old->second.empty()) {
+            reverse.erase(old);
+        }
+    }
+    reverse[wideUri].insert(it->first);
+    it->second = std::move(wideUri);
 }
 
 void CXmlDocument::EndElement()
@@ -531,13 +532,9 @@ std::wstring CXmlDocument::LookupNamespaceFromAlias(const wchar_t* prefix) const
 
 std::wstring CXmlDocument::LookupAliasFromNamespace(const wchar_t* uri) const
 {
-    const wchar_t* wanted = uri ? uri : L"";
-    for (const auto& [prefix, namespaceUri] : m_prefixMap) {
-        if (namespaceUri == wanted) {
-            return prefix;
-        }
-    }
-    return std::wstring();
+    const auto& reverse = m_pStore->prefixesOfUri;
+    auto it = reverse.find(uri ? uri : L"");
+    return it == reverse.end() ? std::wstring() : *it->second.begin();
 }
 
 } // namespace VxXmlLib16

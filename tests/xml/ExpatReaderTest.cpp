@@ -149,9 +149,11 @@ TEST(ExpatReader, MalformedInputReportsExpatMessageAndLine)
     CXmlDocument doc;
     EXPECT_THROW_MSG(doc.LoadXml(L""), CVxException, L"Invalid or empty XML document");
     EXPECT_THROW_MSG(doc.LoadXmlStream(nullptr, 0), CVxException, L"Invalid or empty XML document");
-    // A directory opens but cannot be read (EISDIR).
-    EXPECT_THROW_MSG(doc.Load(Wide(g_scratch.path.string()).c_str()), CVxException,
-                     L"Failed to read the contents of the file. Error [0x00000015]");
+    // A directory is refused when it is opened, by name and reason.
+    const std::wstring folder = Wide(g_scratch.path.string());
+    EXPECT_THROW_MSG(doc.Load(folder.c_str()), CVxException,
+                     L"Failed to open the file [" + folder +
+                         L"]. Error [0x00000015] Is a directory");
     const std::wstring missing = Wide(g_scratch.path.string()) + L"/missing.xml";
     EXPECT_THROW_MSG(doc.Load(missing.c_str()), CVxException,
                      L"Failed to open the file [" + missing +
@@ -289,14 +291,10 @@ TEST(ExpatReader, CompressedInputIsDecompressedFirst)
     // Through a pipe whose first read yields a single byte.
     EXPECT_EQ(PipeOutcome(gz, [](size_t step) { return step ? SIZE_MAX : 1; }), expected);
 
-    // Damaged compressed input fails as XML would.
-    const std::string small = Compressed(GeneratedDocument(200), Compression_GZip);
-    const std::string zl = Compressed(GeneratedDocument(200), Compression_ZLib);
-    std::string corrupt = small;
+    // Damaged compressed input: CompressedInputTest says what each damage
+    // reports; here, that none of it reaches the XML parser.
+    std::string corrupt = Compressed(GeneratedDocument(200), Compression_GZip);
     corrupt[corrupt.size() / 2] ^= 0x55;
-    for (const std::string& in : {small.substr(0, small.size() - 9), corrupt, small + "<r/>",
-                                  zl.substr(0, zl.size() - 3)}) {
-        EXPECT_EQ(Outcome(in), L"error: not well-formed (invalid token) at line 1");
-    }
+    EXPECT_EQ(Outcome(corrupt).rfind(L"error: The compressed stream is corrupt: ", 0), 0u);
     EXPECT_EQ(Outcome(Shell("gzip -c < /dev/null")), L"error: Invalid or empty XML document");
 }

@@ -175,24 +175,41 @@ TEST(XmlDocument, CopyIsDeepAndIndependent)
     EXPECT_EQ(copy.GetDocumentElement()->GetDocument(), &copy);
 }
 
-TEST(XmlDocument, VeryDeepNestingNeitherOverflowsNorLeaks)
+TEST(XmlDocument, NestingIsBoundedWhileTheTreeIsBuilt)
 {
-    // Destroying, copying and path building must not recurse per level.
-    const int depth = 200000;
-    std::string xml;
-    for (int i = 0; i < 2 * depth; ++i) {
-        xml += i < depth ? "<a>" : "</a>";
-    }
+    const auto nested = [](int depth) {
+        std::string xml;
+        for (int i = 0; i < 2 * depth; ++i) {
+            xml += i < depth ? "<a>" : "</a>";
+        }
+        return xml;
+    };
+    // The deepest tree the object walks can take loads, copies and names
+    // its deepest element.
     CXmlDocument doc;
-    doc.LoadXml(xml.c_str());
+    doc.LoadXml(nested(1000).c_str());
     CXmlDocument copy(doc);
     const CXmlElement* e = copy.GetDocumentElement();
     int levels = 1;
     for (; e->GetFirstElement(); ++levels) {
         e = e->GetFirstElement();
     }
-    EXPECT_EQ(levels, depth);
-    EXPECT_EQ(e->GetXPath().size(), static_cast<size_t>(depth) * 2);
+    EXPECT_EQ(levels, 1000);
+    EXPECT_EQ(e->GetXPath().size(), 2000u);
+    // One level more is refused as the element is read, with its path, and
+    // leaves no tree; a far deeper document costs no more than that.
+    for (int depth : {1001, 2000000}) {
+        try {
+            doc.LoadXml(nested(depth).c_str());
+            ADD_FAILURE() << depth << " levels were accepted";
+        } catch (const CVxException& error) {
+            EXPECT_EQ(error.GetPath().size(), 2002u);
+            EXPECT_NE(
+                error.GetFullMessage().find(L"The elements are nested more than 1000 levels deep"),
+                std::wstring::npos);
+        }
+        EXPECT_EQ(doc.GetDocumentElement(), nullptr);
+    }
 }
 
 TEST(XmlDocument, ContextWithSchemaTypeDtdReadsNamesAsWritten)

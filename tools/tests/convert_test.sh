@@ -2,9 +2,9 @@
 # End-to-end checks of `vxxml convert`: every output option round-trips the
 # sample document, and bad input ends with the library's message and a
 # non-zero status.
-#   convert_test.sh VXXML_BINARY SAMPLE.xml WORK_DIR
+#   convert_test.sh VXXML_BINARY SAMPLE.xml WORK_DIR [SANITIZED]
 set -euo pipefail
-vxxml=$1 sample=$2 work=$3
+vxxml=$1 sample=$2 work=$3 sanitized=${4:-OFF}
 rm -rf "$work" && mkdir -p "$work" && cd "$work"
 fail() { echo "FAIL: $*" >&2; exit 1; }
 canon() { xmllint --noblanks "$1" | xmllint --c14n -; }
@@ -41,6 +41,55 @@ nest 999 > deep.xml
 nest 5000 > deeper.xml
 if "$vxxml" convert deeper.xml out.xml 2> err.txt; then fail "5000 nested elements accepted"; fi
 grep -q "nested more than" err.txt || fail "deep nesting: $(cat err.txt)"
+
+# Hostile and careless input: each ends with a message and status 1.
+fails() { # expected-text command...
+    local expected=$1; shift
+    if "$@" 2> err.txt; then fail "accepted: $*"; fi
+    grep -q "$expected" err.txt || fail "$*: $(cat err.txt)"
+}
+mkdir -p folder
+fails "Is a directory" "$vxxml" convert folder out.xml
+fails "folder" "$vxxml" convert folder out.xml
+printf '<a/>' > tiny.xml
+fails "would not become smaller" "$vxxml" convert --compress=gzip tiny.xml tiny.gz
+head -c 10000 /dev/zero | gzip > zeros.gz
+fails "not well-formed" "$vxxml" convert zeros.gz out.xml
+
+# The output may be the input, and a write that fails part-way (here past
+# a file-size limit) leaves the old file as it was.
+cp "$sample" same.xml
+"$vxxml" convert --compact same.xml same.xml
+[ "$(canon same.xml)" = "$(canon "$sample")" ] || fail "converting a file onto itself"
+awk 'BEGIN { printf "<r>"; for (i = 0; i < 20000; i++) printf "<e n=\"%d\">text</e>", i; printf "</r>" }' > big.xml
+cp "$sample" kept.xml
+fails "File too large" bash -c "ulimit -f 8; exec '$vxxml' convert big.xml kept.xml"
+cmp -s "$sample" kept.xml || fail "a failed write changed the output file"
+[ "$(ls -a | grep -c '^\.kept')" -eq 0 ] || fail "a temporary file was left behind"
+
+# Out of memory ends with a message, not a core dump.
+{ printf '<r>'; head -c 40000000 /dev/zero | tr '\0' x; printf '</r>'; } > huge.xml
+if [ "$sanitized" = ON ]; then
+    # The sanitizer reserves far more address space than any limit allows;
+    # it makes allocations fail past a resident size instead.
+    fails "out of memory" env ASAN_OPTIONS="${ASAN_OPTIONS:-}:allocator_may_return_null=1:soft_rss_limit_mb=40" \
+        "$vxxml" convert huge.xml oom.xml
+else
+    fails "out of memory" bash -c "ulimit -v 120000; exec '$vxxml' convert huge.xml oom.xml"
+fi
+
+# Namespaces cost what elements cost: 100,000 declarations (each element
+# its own prefix, or all on the root) against 100,000 plain elements.
+awk 'BEGIN { printf "<r>"; for (i = 0; i < 100000; i++) printf "<p%d:e xmlns:p%d=\"urn:%d\"/>", i, i, i; printf "</r>" }' > ns-each.xml
+awk 'BEGIN { printf "<r"; for (i = 0; i < 100000; i++) printf " xmlns:p%d=\"urn:%d\"", i, i; printf ">"; for (i = 0; i < 100000; i++) printf "<p%d:e/>", i; printf "</r>" }' > ns-root.xml
+awk 'BEGIN { printf "<r>"; for (i = 0; i < 100000; i++) printf "<e%d a=\"urn:%d\"/>", i % 100, i; printf "</r>" }' > ns-none.xml
+cpu() { local TIMEFORMAT=%U; { time "$vxxml" convert --compact "$1" "$1.out" > /dev/null; } 2>&1; }
+plain=$(cpu ns-none.xml)
+for doc in ns-each.xml ns-root.xml; do
+    t=$(cpu $doc)
+    awk -v t="$t" -v p="$plain" 'BEGIN { exit !(t <= 5 * p + 0.5) }' ||
+        fail "$doc took ${t}s of CPU, plain elements ${plain}s"
+done
 
 set +e
 "$vxxml" convert --bogus "$sample" out.xml 2> /dev/null

@@ -105,6 +105,14 @@ void CInflater::Feed(const unsigned char* bytes, size_t length)
             const uInt before = z.avail_in;
             const int result = inflate(&z, Z_NO_FLUSH);
             m_ullIn += before - z.avail_in;
+            // What was inflated before any error is handed on first, so that
+            // the reader sees the same bytes however the input was split.
+            const size_t produced = kChunk - z.avail_out;
+            if (produced != 0) {
+                m_ullOut += produced;
+                CheckLimits();
+                m_sink(m_pChunk.get(), produced);
+            }
             if (result == Z_NEED_DICT) {
                 ThrowCorrupt(L"it needs a preset dictionary");
             }
@@ -117,12 +125,6 @@ void CInflater::Feed(const unsigned char* bytes, size_t length)
             }
             if (result == Z_MEM_ERROR) {
                 throw std::bad_alloc();
-            }
-            const size_t produced = kChunk - z.avail_out;
-            if (produced != 0) {
-                m_ullOut += produced;
-                CheckLimits();
-                m_sink(m_pChunk.get(), produced);
             }
             if (result == Z_STREAM_END) {
                 m_bMemberDone = true;

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <vxxml/Export.h>
 
 namespace VxXmlLib16::detail {
 
@@ -20,7 +21,7 @@ namespace VxXmlLib16::detail {
 // A stream that is corrupt (bad data, check sum or length), that ends early,
 // or that is followed by bytes of something else fails with "The compressed
 // stream is corrupt: <what is wrong>".
-class CInflater
+class VXXML_API CInflater
 {
 public:
     using Sink = std::function<void(const unsigned char* bytes, size_t length)>;
@@ -61,6 +62,6 @@ private:
 // byte-order mark that a compressed UTF-16 file is written with (no XML
 // text can begin with the characters those bytes would make); SIZE_MAX for
 // data that is not compressed. Looks at up to four bytes.
-size_t CompressedStart(const unsigned char* data, size_t length);
+VXXML_API size_t CompressedStart(const unsigned char* data, size_t length);
 
 } // namespace VxXmlLib16::detail

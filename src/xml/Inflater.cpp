@@ -2,6 +2,7 @@
 
 #include <cinttypes>
 #include <cstdio>
+#include <exception>
 #include <new>
 #include <string>
 #include <vxxml/Exceptions.h>
@@ -111,7 +112,16 @@ void CInflater::Feed(const unsigned char* bytes, size_t length)
             if (produced != 0) {
                 m_ullOut += produced;
                 CheckLimits();
-                m_sink(m_pChunk.get(), produced);
+                if (!m_sinkFailure) {
+                    try {
+                        m_sink(m_pChunk.get(), produced);
+                    } catch (...) {
+                        // Garbage from a corrupt stream makes the reader
+                        // fail first: go on inflating, so that a corrupt
+                        // stream is reported as what it is.
+                        m_sinkFailure = std::current_exception();
+                    }
+                }
             }
             if (result == Z_NEED_DICT) {
                 ThrowCorrupt(L"it needs a preset dictionary");
@@ -145,6 +155,13 @@ void CInflater::Feed(const unsigned char* bytes, size_t length)
 
 void CInflater::CheckLimits() const
 {
+    // Past a limit after the reader has failed, the reader's failure is the
+    // one to report: there is nothing more to learn about the stream.
+    if (m_sinkFailure &&
+        ((m_maxBytes != 0 && m_ullOut > m_maxBytes) ||
+         (m_maxRatio != 0 && m_ullOut > kRatioFloor && m_ullOut / m_maxRatio > m_ullIn))) {
+        std::rethrow_exception(m_sinkFailure);
+    }
     if (m_maxBytes != 0 && m_ullOut > m_maxBytes) {
         throw CVxException(FormatString(
             L"The compressed document expands to more than %s bytes, the most allowed (raise it "
@@ -165,6 +182,9 @@ void CInflater::Finish()
 {
     if (!m_bMemberDone) {
         ThrowCorrupt(L"it ends before its end (the data are truncated)");
+    }
+    if (m_sinkFailure) {
+        std::rethrow_exception(m_sinkFailure);
     }
 }
 

@@ -3,6 +3,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <exception>
 #include <functional>
 #include <memory>
 #include <vxxml/Export.h>
@@ -20,7 +21,11 @@ namespace VxXmlLib16::detail {
 //
 // A stream that is corrupt (bad data, check sum or length), that ends early,
 // or that is followed by bytes of something else fails with "The compressed
-// stream is corrupt: <what is wrong>".
+// stream is corrupt: <what is wrong>". Corruption is found late (the check
+// sum ends the stream), and the garbage before it often makes the reader
+// fail first; the reader's exception is then held while the rest is
+// inflated without it, and Finish throws it only when the stream proved
+// sound. The caller feeds all its input either way.
 class VXXML_API CInflater
 {
 public:
@@ -56,6 +61,7 @@ private:
     uint64_t m_ullOut = 0;      // bytes produced
     bool m_bMemberDone = false; // the current member ended; another may follow
     bool m_bGzip = false;
+    std::exception_ptr m_sinkFailure; // what the sink threw, held for Finish
 };
 
 // Where a compressed stream starts in data: at 0, or at 2 behind the UTF-16
